@@ -1,0 +1,38 @@
+// LumaPlane: guarded transfers between a method's byte buffers and the luminance
+// plane of an image. The methods address an image as a plane of their own width, so
+// the only check is that the plane holds at least the bytes moved.
+#ifndef SEGMENTATION_LUMAPLANE_H
+#define SEGMENTATION_LUMAPLANE_H
+
+#include <cstddef>
+#include <new>
+
+#include "image/BaseImage.h"
+
+// Samples in the luminance plane of img: width * height, 0 when either is below 1 or
+// the plane is missing.
+long LumaSamples(ormel::BaseImage& img);
+
+// Copy n bytes from the luminance plane into dst (LoadLuma) or from src into it
+// (StoreLuma). False, with nothing moved, when the plane holds fewer than n samples.
+bool LoadLuma(ormel::BaseImage& img, unsigned char* dst, int n);
+bool StoreLuma(const unsigned char* src, int n, ormel::BaseImage& img);
+
+// Prints the refusal shared by the methods when an image is smaller than their buffers.
+void ReportSmallImage();
+
+// Prints the methods' allocation message and ends the process with status 1.
+[[noreturn]] void AllocationFailure();
+
+// A zero-filled array of n elements, or AllocationFailure() (also for a negative n).
+template <class T>
+T* NewZeroed(long n) {
+    T* p = n >= 0 ? new (std::nothrow) T[static_cast<size_t>(n)]() : nullptr;
+    if (!p)
+        AllocationFailure();
+    return p;
+}
+
+inline unsigned char* NewMethodBuffer(int n) { return NewZeroed<unsigned char>(n); }
+
+#endif
