@@ -10,7 +10,8 @@
 
 namespace {
 
-const char kBadReadPosition[] = "\nInvalid image co-ordinates!!\nDefault value of NULL is returned!!\n";
+const char kBadReadPosition[] =
+    "\nInvalid image co-ordinates!!\nDefault value of NULL is returned!!\n";
 const char kBadWritePosition[] = "\nInvalid image co-ordinates!!\nNothing is changed!!\n";
 
 const char kInitFailure[] =

@@ -5,6 +5,8 @@
 
 #include "segmentation/LumaPlane.h"
 
+using namespace segmentation;
+
 Binarization::Binarization(BinImage& image, ormel::Verbose verbose)
     : BaseMethod(2, "Binarization", verbose), width(image.Width()), height(image.Height()),
       size(image.GetSize()), blackLevel(static_cast<unsigned char>(image.GetBlackLevel())),

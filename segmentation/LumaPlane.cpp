@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iostream>
 
+namespace segmentation {
+
 long LumaSamples(ormel::BaseImage& img) {
     const int w = img.Width(ormel::Y_COMP);
     const int h = img.Height(ormel::Y_COMP);
@@ -39,3 +41,5 @@ void AllocationFailure() {
     std::cout << "\nFailed to allocate memory for one or more buffers!\n" << std::endl;
     std::exit(1);
 }
+
+}  // namespace segmentation

@@ -9,6 +9,8 @@
 
 #include "image/BaseImage.h"
 
+namespace segmentation {
+
 // Samples in the luminance plane of img: width * height, 0 when either is below 1 or
 // the plane is missing.
 long LumaSamples(ormel::BaseImage& img);
@@ -34,5 +36,7 @@ T* NewZeroed(long n) {
 }
 
 inline unsigned char* NewMethodBuffer(int n) { return NewZeroed<unsigned char>(n); }
+
+}  // namespace segmentation
 
 #endif

@@ -7,6 +7,8 @@
 
 #include "segmentation/LumaPlane.h"
 
+using namespace segmentation;
+
 int black_level = 0;
 
 TolvarMotionDetection::TolvarMotionDetection(ormel::YUVImage& image, long windowSize,

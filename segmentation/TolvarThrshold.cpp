@@ -7,6 +7,8 @@
 
 #include "segmentation/LumaPlane.h"
 
+using namespace segmentation;
+
 float LW_weight = 3.4f;
 
 namespace {
