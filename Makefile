@@ -5,6 +5,8 @@ BUILD_BENCH ?= build-bench
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 
+DEMO_DIR   ?= out/demo
+
 .PHONY: all build test asan-test bench demo clean
 
 all: build
@@ -29,6 +31,17 @@ bench:
 	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DGME_BENCH=ON -DGME_TESTS=OFF
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
 	@for b in $$(find $(BUILD_BENCH)/bench -type f -perm -u+x -name '*_bench'); do echo "== $$b"; $$b; done
+
+# Renders a 30-frame 352x288 sequence with known camera motion and a moving object, runs
+# gme on it and reports how close the estimated motion is to the truth.
+demo: build
+	rm -rf $(DEMO_DIR) && mkdir -p $(DEMO_DIR)
+	$(BUILD)/tools/demo/gme_demo render $(DEMO_DIR) 30
+	cd $(DEMO_DIR) && $(CURDIR)/$(BUILD)/driver/gme input compensated > gme.out
+	@echo "--- gme output (first lines of $(DEMO_DIR)/gme.out) ---"
+	@head -n 12 $(DEMO_DIR)/gme.out
+	@echo "--- summary ---"
+	@$(BUILD)/tools/demo/gme_demo report $(DEMO_DIR)
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_BENCH)
