@@ -4,7 +4,6 @@
 #ifndef ESTIMATION_LUMAPLANE_H
 #define ESTIMATION_LUMAPLANE_H
 
-#include <climits>
 #include <cstddef>
 
 #include "image/YUVImage.h"
@@ -26,15 +25,6 @@ struct LumaPlane {
     // region); otherwise reports "<op>: <what> is smaller than <w> x <h>" and returns false.
     bool Covers(int w, int h, const char* op, const char* what) const;
 };
-
-// floor(v) as an int. Positions beyond the int range (and NaN) come back as INT_MIN, which
-// every inside test rejects.
-inline int FloorToInt(double v) {
-    if (!(v > -2147483648.0 && v < 2147483647.0))
-        return INT_MIN;
-    const int t = static_cast<int>(v);   // toward zero
-    return t > v ? t - 1 : t;
-}
 
 }  // namespace estimation
 

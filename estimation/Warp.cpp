@@ -8,7 +8,6 @@
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/LumaPlane.h"
 
-using estimation::FloorToInt;
 using estimation::LumaPlane;
 
 namespace {
@@ -22,6 +21,8 @@ void WarpLuma(const LumaPlane& prev, const double* a, const LumaPlane& comp,
     const int H = prev.height;
     // a[0] + x*a[1] per column; adding y*a[2] afterwards keeps the order of
     // a[0] + x*a[1] + y*a[2], so every position has the bits of the plain formula.
+    const double xLimit = W - 1;
+    const double yLimit = H - 1;
     std::vector<double> colX(W), colY(W);
     for (int x = 0; x < W; ++x) {
         colX[x] = a[0] + x * a[1];
@@ -35,12 +36,14 @@ void WarpLuma(const LumaPlane& prev, const double* a, const LumaPlane& comp,
         for (int x = 0; x < W; ++x) {
             const double dispX = colX[x] + rowX;
             const double dispY = colY[x] + rowY;
-            const int x1 = FloorToInt(dispX);
-            const int y1 = FloorToInt(dispY);
-            if (x1 < 0 || x1 >= W - 1 || y1 < 0 || y1 >= H - 1) {
+            // floor(dispX) in [0, W - 2] is 0 <= dispX < W - 1 (NaN fails too); inside,
+            // truncation is the floor.
+            if (!(dispX >= 0 && dispX < xLimit && dispY >= 0 && dispY < yLimit)) {
                 d[x] = 0;   // no four neighbours: black
                 continue;
             }
+            const int x1 = static_cast<int>(dispX);
+            const int y1 = static_cast<int>(dispY);
             const double fx = dispX - x1;
             const double gx = (x1 + 1) - dispX;
             const double fy = dispY - y1;

@@ -241,6 +241,11 @@ TEST_F(MotionAadapt, NoAcceptedPixelGivesZeroIncrement) {
     est.MotionAadapt(cur, prev, 255, away, da);
     for (double d : da)
         EXPECT_EQ(d, 0.0);
+    YUVImage none(ormel::YUV420, 40, 30);
+    std::fill(da, da + 6, 1.0);
+    est.MotionAadapt(cur, prev, none, away, da);
+    for (double d : da)
+        EXPECT_EQ(d, 0.0);
 }
 
 TEST_F(MotionAadapt, ThresholdIncrementsConvergeToAKnownAffineMotion) {

@@ -77,6 +77,7 @@ TEST_F(Warp, AffineWarpMatchesThePlainFormulaBitForBit) {
         {-1.5, 1.0, 0.0, 0.25, 0.0, 1.0},
         {-400, 2.0, 0.0, 700.0, 0.0, -1.0},       // mostly outside, a mirrored part inside
         {1e12, 1, 0, -1e12, 0, 1},                // far outside: all black
+        {NAN, 1, 0, 0, 0, 1},                     // no position at all: all black
     };
     for (auto& a : cases) {
         est.Compensate(prev, a, comp);
