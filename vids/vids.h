@@ -243,8 +243,10 @@ int Writevids(int t, const int use[3], int data_type, void* buf0, void* buf1, vo
 /* The same for a window per component: buffer c holds width[c] x height[c] samples,
  * rows packed, whose first is at column hstart[c], row vstart[c] of the plane. A window
  * that does not lie inside the plane is refused with
- * "%s: Window of component %ld outside the plane of file %s\n"; for bit file types its
- * columns must also be multiples of the samples per byte. */
+ * "%s: Window of component %ld outside the plane of file %s\n"; for bit file types
+ * hstart[c] and width[c] must be multiples of the samples per byte, else
+ * "%s: Window of component %ld must start and end on a multiple of %d pels\n for that
+ * BIT file data type\n". */
 int Readwinvids(int t, const int use[3], int data_type, void* buf0, void* buf1, void* buf2,
                 IMG_INF* inf, const int width[3], const int height[3], const int hstart[3],
                 const int vstart[3], int flags);
