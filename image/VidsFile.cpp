@@ -15,6 +15,30 @@
 
 namespace ormel {
 
+namespace {
+
+// Library flags: 7 keeps the open and transfer warnings quiet; 32 maps signed samples
+// onto unsigned bytes by an offset of 128; 0x1000 lets a write extend the sequence.
+constexpr int kOpenFlags = 7;
+constexpr int kReadFlags = 32 + 7;
+constexpr int kWriteFlags = 0x1000 + 32 + 7;
+
+// Buffers of a whole frame in file order Y, V, U. The chroma planes of a luminance-only
+// picture hold no samples, and a missing image has none at all: those are passed as
+// null so that the library refuses a transfer that asks for them.
+void FramePlanes(BaseImage* img, unsigned char* p[3]) {
+    p[0] = p[1] = p[2] = nullptr;
+    if (!img)
+        return;
+    p[0] = img->GetArray(Y_COMP);
+    if (img->CFormat() == YUV400)
+        return;
+    p[1] = img->GetArray(V_COMP);
+    p[2] = img->GetArray(U_COMP);
+}
+
+}  // namespace
+
 // ---- Construction -----------------------------------------------------------------
 
 void VidsFile::AllocateRecord() {
@@ -188,20 +212,204 @@ void VidsFile::SetSign(CompType c, bool is_signed) {
 
 int VidsFile::Open(std::string name, OpenType mode) {
     this->name = name;
+    static const char* const kModes[3] = {"new", "old", "old/new"};
     if (mode < OPEN_NEW || mode > OPEN_OLD_NEW)
         return 3;
-    return 1;   // sequences cannot be opened yet
+    const int result = Openvids(this->name.c_str(), inf, kModes[mode], kOpenFlags);
+    if (result & 1)
+        return 1;
+    for (int c = 0; c < 3; ++c) {
+        cached_width[c] = Width(static_cast<CompType>(c));
+        cached_height[c] = Height(static_cast<CompType>(c));
+    }
+    return (result & 2) ? 2 : 0;
 }
 
 bool VidsFile::Close() { return (Closevids(inf, 0) & 1) != 0; }
 
-// ---- Transfers: not available until sequences can be opened ----------------------
+// ---- Whole frames -----------------------------------------------------------------
 
-int VidsFile::Read(BaseImage&, int) { return 1; }
-int VidsFile::Write(BaseImage&, int) { return 1; }
-int VidsFile::Read(ImageSequence&) { return 1; }
-int VidsFile::Write(ImageSequence& seq) { return seq.NumberOfImages() <= 0 ? 19 : 1; }
-int VidsFile::Read(ImageBlock&, int) { return 1; }
-int VidsFile::Write(ImageBlock&, int) { return 1; }
+bool VidsFile::OnlyY() const { return CFormat() == YUV400 || OnlyYComponent(); }
+
+void VidsFile::Selector(int use[3]) const {
+    const bool only = OnlyY();
+    use[0] = 1;
+    use[1] = only ? 0 : 1;
+    use[2] = only ? 0 : 1;
+}
+
+bool VidsFile::FitsCached(const BaseImage& img) const {
+    for (int c = 0; c < 3; ++c) {
+        if (cached_width[c] != img.Width(static_cast<CompType>(c)) ||
+            cached_height[c] != img.Height(static_cast<CompType>(c)))
+            return false;
+    }
+    return true;
+}
+
+int VidsFile::Read(BaseImage& img, int k) {
+    int use[3];
+    Selector(use);
+    if (!FitsCached(img))
+        return 17;
+    unsigned char* p[3];
+    FramePlanes(&img, p);
+    const int result = Readvids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kReadFlags);
+    return (result & 1) ? 1 : 18;
+}
+
+int VidsFile::Write(BaseImage& img, int k) {
+    int use[3];
+    Selector(use);
+    // Only the luminance size matters when only luminance is written.
+    const bool lumaFits = OnlyY() && cached_width[0] == img.Width(Y_COMP) &&
+                          cached_height[0] == img.Height(Y_COMP);
+    if (!lumaFits && !FitsCached(img))
+        return 17;
+    unsigned char* p[3];
+    FramePlanes(&img, p);
+    const int result = Writevids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kWriteFlags);
+    return (result & 1) ? 1 : 18;
+}
+
+// ---- Sequences --------------------------------------------------------------------
+
+int VidsFile::Read(ImageSequence& seq) {
+    const int n = Img_get_size(inf, 2);
+    int use[3];
+    Selector(use);
+    for (int k = 0; k < n; ++k) {
+        YUVImage* img = new YUVImage(static_cast<const BaseVFile&>(*this));
+        if (!FitsCached(*img)) {
+            delete img;
+            return 17;
+        }
+        unsigned char* p[3];
+        FramePlanes(img, p);
+        if (Readvids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kReadFlags) & 1) {
+            delete img;
+            return 1;
+        }
+        if (seq.push_back(img) == 17) {
+            delete img;
+            return 17;
+        }
+    }
+    return 18;
+}
+
+int VidsFile::Write(ImageSequence& seq) {
+    const int n = seq.NumberOfImages();
+    if (n <= 0)
+        return 19;
+    int use[3];
+    Selector(use);
+    for (int c = 0; c < 3; ++c) {
+        if (cached_width[c] != seq.Width(static_cast<CompType>(c)) ||
+            cached_height[c] != seq.Height(static_cast<CompType>(c)))
+            return 17;
+    }
+    // Every frame is attempted; the status is the last frame's.
+    int result = 0;
+    for (int k = 0; k < n; ++k) {
+        unsigned char* p[3];
+        FramePlanes(seq[k], p);
+        result = Writevids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kWriteFlags);
+    }
+    return (result & 1) ? 1 : 18;
+}
+
+// ---- Blocks -----------------------------------------------------------------------
+// A block addresses file component ComponentType() directly (U_COMP is file component
+// 1), unlike the whole-frame transfers.
+
+size_t VidsFile::FileSamples(int c) const {
+    const int nh = Img_get_nb_h(inf, c);
+    const int nv = Img_get_nb_v(inf, c);
+    return nh > 0 && nv > 0 ? static_cast<size_t>(nh) * static_cast<size_t>(nv) : 0;
+}
+
+size_t VidsFile::BlockBufferSize(int c, int w, int h) const {
+    // The library moves file component c's whole plane, which is sized by the other
+    // chroma component's cached size when c is a chroma component: room for both.
+    return std::max(static_cast<size_t>(w) * static_cast<size_t>(h), FileSamples(c));
+}
+
+int VidsFile::Read(ImageBlock& b, int k) {
+    const int c = b.ComponentType();
+    if (c < Y_COMP || c > V_COMP || (OnlyY() && c != Y_COMP))
+        return 22;
+    int use[3] = {0, 0, 0};
+    use[c] = 1;
+    const int w = b.Width();
+    const int h = b.Height();
+    if (w < 1 || h < 1 || cached_width[c] < w || cached_height[c] < h)
+        return 17;
+    std::vector<unsigned char> buf(BlockBufferSize(c, w, h));
+    unsigned char* p = buf.data();
+    int result;
+    if (cached_width[c] == w && cached_height[c] == h) {
+        result = Readvids(k, use, IMG_UBYTE, p, p, p, inf, kReadFlags);
+    } else {
+        int widths[3] = {0, 0, 0}, heights[3] = {0, 0, 0};
+        int hstart[3] = {0, 0, 0}, vstart[3] = {0, 0, 0};
+        widths[c] = w;
+        heights[c] = h;
+        hstart[c] = b.get_horizontal_min_extent();
+        vstart[c] = b.get_vertical_min_extent();
+        result = Readwinvids(k, use, IMG_UBYTE, p, p, p, inf, widths, heights, hstart, vstart,
+                             kReadFlags);
+    }
+    if (b.CopyFrom(p) != 24)
+        return 17;
+    return (result & 1) ? 1 : 18;
+}
+
+int VidsFile::Write(ImageBlock& b, int k) {
+    const int c = b.ComponentType();
+    if (c < Y_COMP || c > V_COMP || (OnlyY() && c != Y_COMP))
+        return 22;
+    int use[3] = {0, 0, 0};
+    use[c] = 1;
+    const int w = b.Width();
+    const int h = b.Height();
+    if (w < 1 || h < 1 || cached_width[c] < w || cached_height[c] < h)
+        return 17;
+    std::vector<unsigned char> buf(BlockBufferSize(c, w, h));
+    unsigned char* p = buf.data();
+    if (b.CopyTo(p) != 23)
+        return 17;
+    int result;
+    if (cached_width[c] == w && cached_height[c] == h) {
+        result = Writevids(k, use, IMG_UBYTE, p, p, p, inf, kWriteFlags);
+    } else {
+        // A window of a frame that does not exist yet lands in a blank frame.
+        if (k > NumberOfImages() - 1)
+            WriteBlankFrame(k, use);
+        int widths[3] = {0, 0, 0}, heights[3] = {0, 0, 0};
+        int hstart[3] = {0, 0, 0}, vstart[3] = {0, 0, 0};
+        widths[c] = w;
+        heights[c] = h;
+        hstart[c] = b.get_horizontal_min_extent();
+        vstart[c] = b.get_vertical_min_extent();
+        result = Writewinvids(k, use, IMG_UBYTE, p, p, p, inf, widths, heights, hstart, vstart,
+                              kWriteFlags);
+    }
+    return (result & 1) ? 1 : 18;
+}
+
+void VidsFile::WriteBlankFrame(int k, const int use[3]) {
+    // Planes of the cached sizes in component order 0, 1, 2: black luminance, grey chroma.
+    std::vector<unsigned char> planes[3];
+    for (int c = 0; c < 3; ++c) {
+        const size_t cached = cached_width[c] > 0 && cached_height[c] > 0
+                                  ? static_cast<size_t>(cached_width[c]) *
+                                        static_cast<size_t>(cached_height[c])
+                                  : 0;
+        planes[c].assign(std::max(cached, FileSamples(c)), c == 0 ? 0 : 128);
+    }
+    Writevids(k, use, IMG_UBYTE, planes[0].data(), planes[1].data(), planes[2].data(), inf,
+              kWriteFlags);
+}
 
 }  // namespace ormel
