@@ -85,7 +85,8 @@ int Img_compatible_IMG_INF(const IMG_INF* a, const IMG_INF* b, int quiet) {
         for (int c = 0; c < 3; ++c) {
             if (a->dsign[c] == b->dsign[c]) continue;
             if (say)
-                printf("Warning! Images don't have same signed/unsigned flag for component %d\n", c);
+                printf("Warning! Images don't have same signed/unsigned flag for component %d\n",
+                       c);
             ok = 0;
         }
     }

@@ -159,7 +159,8 @@ void Img_set_file_org(IMG_INF* inf, int flag) {
 }
 
 int Img_get_sizeof_data_type(int data_type) {
-    if (data_type > IMG_UINT_2) Img_fatal("Img_get_sizeof_data_type: Requested data_type invalid\n");
+    if (data_type > IMG_UINT_2)
+        Img_fatal("Img_get_sizeof_data_type: Requested data_type invalid\n");
     if (data_type == IMG_REAL) return 4;
     if (data_type == IMG_INT_2 || data_type == IMG_UINT_2) return 2;
     return 1;

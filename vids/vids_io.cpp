@@ -77,7 +77,8 @@ int Check(Transfer& x) {
         return 1;
     }
     if (!(inf->access_flags & (x.write ? 4 : 8))) {
-        fprintf(stderr, x.write ? "%s: File %s is not writeable\n" : "%s: File %s is not readable\n",
+        fprintf(stderr,
+                x.write ? "%s: File %s is not writeable\n" : "%s: File %s is not readable\n",
                 x.who, name);
         return 1;
     }
