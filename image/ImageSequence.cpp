@@ -78,8 +78,9 @@ int ImageSequence::NumberOfImages() const { return static_cast<int>(images.size(
 ImageSequence::iterator ImageSequence::Iterator() { return images.begin(); }
 int ImageSequence::Width() const { return width[0]; }
 int ImageSequence::Height() const { return interlaced ? height[0] * 2 : height[0]; }
-int ImageSequence::Width(CompType c) const { return width[c]; }
-int ImageSequence::Height(CompType c) const { return height[c]; }
+// Components other than U and V answer for the luminance plane.
+int ImageSequence::Width(CompType c) const { return width[c == U_COMP || c == V_COMP ? c : 0]; }
+int ImageSequence::Height(CompType c) const { return height[c == U_COMP || c == V_COMP ? c : 0]; }
 ChromaFormat ImageSequence::CFormat() const { return cformat; }
 bool ImageSequence::Interlaced() const { return interlaced; }
 bool ImageSequence::TopFieldFirst() const { return top_field_first; }

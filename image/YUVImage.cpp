@@ -81,27 +81,21 @@ void YUVImage::ChromaFactor() {
 
 int YUVImage::AllocateMemory() {
     FreeMemory();   // planes are replaced, never leaked
-    unsigned char** planes[3] = {&y_data, &u_data, &v_data};
-    if (cformat != YUV400) {
-        for (int c = 0; c < 3; ++c) {
-            const long n = width[c] > 0 && height[c] > 0 ? PlaneSize(c) : 1;
-            *planes[c] = NewPlane(n);
-            if (!*planes[c])
-                return 7;
-            capacity[c] = n;
-        }
-        return 0;
-    }
-    // Luminance only: a real Y plane, one-byte chroma planes whatever their sizes say.
-    if (width[0] < 1 || height[0] < 1)
+    // A luminance-only picture needs a luminance plane.
+    if (cformat == YUV400 && (width[0] < 1 || height[0] < 1))
         return 7;
-    y_data = NewPlane(PlaneSize(0));
-    u_data = NewPlane(1);
-    v_data = NewPlane(1);
-    capacity[0] = y_data ? PlaneSize(0) : 0;
-    capacity[1] = u_data ? 1 : 0;
-    capacity[2] = v_data ? 1 : 0;
-    return y_data ? 0 : 7;
+    // Every plane gets its stated size, at least one byte. A luminance-only picture made
+    // from a file carries the file's chroma sizes: its chroma planes are then real too,
+    // so that the whole-plane operations never run past them.
+    unsigned char** planes[3] = {&y_data, &u_data, &v_data};
+    for (int c = 0; c < 3; ++c) {
+        const long n = PlaneSize(c) > 0 ? PlaneSize(c) : 1;
+        *planes[c] = NewPlane(n);
+        if (!*planes[c])
+            return 7;
+        capacity[c] = n;
+    }
+    return 0;
 }
 
 int YUVImage::FreeMemory() {
@@ -114,8 +108,9 @@ int YUVImage::FreeMemory() {
     return 0;
 }
 
-int YUVImage::Width(CompType c) const { return width[c]; }
-int YUVImage::Height(CompType c) const { return height[c]; }
+// Components other than U and V answer for the luminance plane, as GetArray does.
+int YUVImage::Width(CompType c) const { return width[c == U_COMP || c == V_COMP ? c : 0]; }
+int YUVImage::Height(CompType c) const { return height[c == U_COMP || c == V_COMP ? c : 0]; }
 ChromaFormat YUVImage::CFormat() const { return cformat; }
 
 unsigned char* YUVImage::GetArray(CompType c) {

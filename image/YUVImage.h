@@ -27,7 +27,7 @@ public:
 
     unsigned int GetPixel(CompType c, int i, int j) const override;
     unsigned char* GetPixelAddr(CompType c, int i, int j) override;
-    int Width(CompType c) const override;
+    int Width(CompType c) const override;    // luminance for components other than U, V
     int Height(CompType c) const override;
     ChromaFormat CFormat() const override;
     unsigned char* GetArray(CompType c) override;   // U for 1, V for 2, Y otherwise
@@ -43,7 +43,9 @@ public:
     unsigned char& operator()(int i, int j, YUVColor color);
 
     void ChromaFactor();      // hfactor, vfactor from the chroma format
-    int AllocateMemory();     // fresh zero-filled planes: 0, or 7 when one cannot be had
+    // Fresh zero-filled planes of the stated sizes (one byte for an empty plane): 0, or 7
+    // when one cannot be had or a luminance-only picture has no luminance samples.
+    int AllocateMemory();
     int FreeMemory();         // 0
 
 protected:

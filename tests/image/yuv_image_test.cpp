@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "image/VidsFile.h"
 #include "image/YUVImage.h"
 
 using namespace ormel;
@@ -51,6 +52,7 @@ TEST(YUVImageGeometry, ChromaSizesAndFactorsPerFormat) {
     EXPECT_EQ(def.CFormat(), YUV420);
     EXPECT_EQ(def.Width(U_COMP), 176);
     EXPECT_EQ(def.Height(V_COMP), 144);
+    EXPECT_EQ(def.Width(static_cast<CompType>(7)), 352);   // as GetArray: the luminance
 }
 
 TEST(YUVImageGeometry, PlanesStartZeroFilled) {
@@ -77,6 +79,23 @@ TEST(YUVImageAllocation, LuminanceOnlyAndEmptySizes) {
     EXPECT_EQ(empty.GetArray(Y_COMP), nullptr);
     EXPECT_EQ(empty.AllocateMemory(), 7);
     EXPECT_EQ(empty.FreeMemory(), 0);
+}
+
+TEST(YUVImageAllocation, LuminanceOnlyFileGeometryGetsWholeChromaPlanes) {
+    // A luminance-only file reports the luminance size for every component.
+    VidsFile f;
+    f.SetWidth(16);
+    f.SetHeight(8);
+    f.SetSamplingMatrices(YUV400, false);
+    YUVImage img(f);
+    EXPECT_EQ(img.CFormat(), YUV400);
+    EXPECT_EQ(img.Width(U_COMP), 16);
+    EXPECT_EQ(img.Height(V_COMP), 8);
+    EXPECT_EQ(img.Clear(ALL_COMP), 10);   // never past the end of a chroma plane
+    EXPECT_EQ(img.U(15, 7), 128);
+    unsigned char buf[16 * 8];
+    EXPECT_EQ(img.CopyTo(buf, V_COMP), 15);
+    EXPECT_EQ(buf[127], 128);
 }
 
 TEST(YUVImagePixels, ColourPaintsTheCoveringChromaSample) {
