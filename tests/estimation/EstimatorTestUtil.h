@@ -52,16 +52,4 @@ inline void FillTexture(ormel::YUVImage& img, const double* a) {
         }
 }
 
-// Every luminance sample of the w x h region equal; the first mismatch is reported.
-inline testing::AssertionResult SameLuma(ormel::YUVImage& got, ormel::YUVImage& want, int w,
-                                         int h) {
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            if (got.Y(x, y) != want.Y(x, y))
-                return testing::AssertionFailure()
-                       << "Y at x " << x << ", y " << y << ": " << int(got.Y(x, y)) << " instead of "
-                       << int(want.Y(x, y));
-    return testing::AssertionSuccess();
-}
-
 #endif
