@@ -1,0 +1,32 @@
+// FrameSource: the plane reading shared by the raw and YUV4MPEG2 readers.
+#include "tools/vidstool/FrameSource.h"
+
+namespace vidstool {
+
+FrameSource::FrameSource(std::istream& in, ormel::ChromaFormat f, int width, int height)
+    : in(in), format(f), width(width), height(height) {}
+
+FrameSource::~FrameSource() = default;
+
+bool FrameSource::ReadPlanes(Frame& f, size_t* got) {
+    if (f.format != format || f.width != width || f.height != height)
+        f = Frame(format, width, height);
+    *got = 0;
+    for (int c = 0; c < 3; ++c) {
+        std::vector<unsigned char>& p = f.plane[c];
+        if (p.empty())
+            continue;
+        in.read(reinterpret_cast<char*>(p.data()), static_cast<std::streamsize>(p.size()));
+        *got += static_cast<size_t>(in.gcount());
+        if (static_cast<size_t>(in.gcount()) != p.size())
+            return false;
+    }
+    return true;
+}
+
+std::string FrameSource::Truncated(size_t got) const {
+    return "frame " + std::to_string(frames) + " is truncated (" + std::to_string(got) +
+           " of " + std::to_string(FrameBytes(format, width, height)) + " bytes)";
+}
+
+}  // namespace vidstool

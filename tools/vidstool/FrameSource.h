@@ -1,0 +1,45 @@
+// FrameSource: pictures read one after the other from an input stream, all of one
+// geometry. Next fills a Frame (reshaping it when needed) and tells a picture, the clean
+// end of the input, or an error (the reason in *error, a phrase to follow the input's
+// name). After an error or the end nothing more is read.
+#ifndef VIDSTOOL_FRAMESOURCE_H
+#define VIDSTOOL_FRAMESOURCE_H
+
+#include <istream>
+#include <string>
+
+#include "image/Types.h"
+#include "tools/vidstool/Frame.h"
+
+namespace vidstool {
+
+enum class ReadResult { kFrame, kEnd, kError };
+
+class FrameSource {
+public:
+    FrameSource(std::istream& in, ormel::ChromaFormat f, int width, int height);
+    virtual ~FrameSource();
+
+    virtual ReadResult Next(Frame& f, std::string* error) = 0;
+
+    ormel::ChromaFormat Format() const { return format; }
+    int Width() const { return width; }
+    int Height() const { return height; }
+    int FramesRead() const { return frames; }
+
+protected:
+    // Reads the planes of one frame into f after reshaping it. false when the input ends
+    // first: *got holds the bytes that were there.
+    bool ReadPlanes(Frame& f, size_t* got);
+    std::string Truncated(size_t got) const;   // "frame N is truncated (X of Y bytes)"
+
+    std::istream& in;
+    ormel::ChromaFormat format;
+    int width;
+    int height;
+    int frames = 0;   // frames delivered so far
+};
+
+}  // namespace vidstool
+
+#endif
