@@ -19,10 +19,10 @@ void WarpLuma(const LumaPlane& prev, const double* a, const LumaPlane& comp,
               const LumaPlane* cur, long long* sum, long long* count) {
     const int W = prev.width;
     const int H = prev.height;
-    // a[0] + x*a[1] per column; adding y*a[2] afterwards keeps the order of
-    // a[0] + x*a[1] + y*a[2], so every position has the bits of the plain formula.
     const double xLimit = W - 1;
     const double yLimit = H - 1;
+    // a[0] + x*a[1] per column; adding y*a[2] afterwards keeps the order of
+    // a[0] + x*a[1] + y*a[2], so every position has the bits of the plain formula.
     std::vector<double> colX(W), colY(W);
     for (int x = 0; x < W; ++x) {
         colX[x] = a[0] + x * a[1];
