@@ -8,7 +8,7 @@
 // The identity is (0, 1, 0, 0, 0, 1). All operations read and write the luminance plane
 // only. Images passed together must agree in size (each operation states whose size
 // drives its loops); an operation whose images do not fit says so on standard output and
-// leaves its outputs alone.
+// leaves its outputs alone, except that an increment da is then 0.
 #ifndef BINGLOBALMOTIONESTIMATOR_H
 #define BINGLOBALMOTIONESTIMATOR_H
 
