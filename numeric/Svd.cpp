@@ -184,11 +184,11 @@ void svdcmp(double** a, int m, int n, double* w, double** v) {
                 // w[nm] is negligible: chase rv1[l] out with rotations from the left.
                 double c = 0.0;
                 double s = 1.0;
+                // A negligible f skips its rotation; the chase goes on to k.
                 for (int i = l; i <= k; ++i) {
                     const double f = s * rv1[i];
-                    rv1[i] = c * rv1[i];
                     if (Negligible(f, anorm))
-                        break;
+                        continue;
                     g = w[i];
                     double h = Pythag(f, g);
                     w[i] = h;
