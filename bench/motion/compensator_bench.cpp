@@ -1,4 +1,5 @@
-// CompensateWithMAE on a 720 x 576 frame under a small rotation and zoom.
+// CompensateWithMAE on CIF (352 x 288) and SD (720 x 576) frames under a small rotation
+// and zoom.
 #include <benchmark/benchmark.h>
 
 #include <vector>
@@ -9,7 +10,7 @@
 using namespace ormel;
 
 static void BM_CompensateWithMAE(benchmark::State& state) {
-    const int W = 720, H = 576;
+    const int W = static_cast<int>(state.range(0)), H = static_cast<int>(state.range(1));
     YUVImage prev(YUV420, W, H), cur(YUV420, W, H), comp(YUV420, W, H);
     unsigned seed = 1;
     for (int k = 0; k < W * H; ++k) {
@@ -25,4 +26,4 @@ static void BM_CompensateWithMAE(benchmark::State& state) {
         benchmark::DoNotOptimize(gmc.CompensateWithMAE(prev, cur, comp, 100));
     state.SetItemsProcessed(state.iterations() * W * H);
 }
-BENCHMARK(BM_CompensateWithMAE)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_CompensateWithMAE)->Args({352, 288})->Args({720, 576})->Unit(benchmark::kMicrosecond);
