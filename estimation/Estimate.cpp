@@ -61,9 +61,42 @@ void LoadLevel0(ormel::YUVImage& level0, BinImage& mask) {
             level0.GetArray(ormel::Y_COMP)[static_cast<long>(y) * W + x] = mask.GetPixel(x, y);
 }
 
+// A pyramid of `source`: level 0 its luminance, each further level the low-passed and
+// decimated level before it (filter(finer, coarser)).
+template <class Source, class Filter>
+Pyramid BuildPyramid(int levels, ormel::ChromaFormat format, int W, int H, Source& source,
+                     Filter filter) {
+    Pyramid p = NewPyramid(levels, format, W, H);
+    LoadLevel0(*p[0], source);
+    for (int l = 1; l < levels; ++l)
+        filter(*p[l - 1], *p[l]);
+    return p;
+}
+
 bool Converged(const double* da, double er1, double er2) {
     return std::fabs(da[0]) <= er1 && std::fabs(da[1]) <= er2 && std::fabs(da[2]) <= er2 &&
            std::fabs(da[3]) <= er1 && std::fabs(da[4]) <= er2 && std::fabs(da[5]) <= er2;
+}
+
+// Coarse-to-fine refinement: at each level from the coarsest, at most kMaxIteration
+// increments da = increment(level, first) are added to a, until all six are within the
+// bounds; between levels the translations double and the linear terms stay.
+template <class Increment>
+void Refine(int levels, double er1, double er2, double* a, Increment increment) {
+    double da[kDim] = {0, 0, 0, 0, 0, 0};
+    for (int l = levels - 1; l >= 0; --l) {
+        for (int iter = kMaxIteration;;) {
+            increment(l, iter == kMaxIteration, da);
+            for (int i = 0; i < kDim; ++i)
+                a[i] = a[i] + da[i];
+            if (--iter < 1 || Converged(da, er1, er2))
+                break;
+        }
+        if (l > 0) {
+            a[0] = 2 * a[0];
+            a[3] = 2 * a[3];
+        }
+    }
 }
 
 void PrintFinal(const double* a) {
@@ -83,36 +116,20 @@ void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YU
     const int levels = level < 1 ? 1 : level;
     const ormel::ChromaFormat format = srcVFile->CFormat();
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
-    Pyramid curr = NewPyramid(levels, format, W, H);
-    Pyramid prev = NewPyramid(levels, format, W, H);
-    LoadLevel0(*curr[0], current);
-    LoadLevel0(*prev[0], previous);
-    for (int l = 1; l < levels; ++l) {
-        GaussFilter(*curr[l - 1], *curr[l]);
-        GaussFilter(*prev[l - 1], *prev[l]);
-    }
+    auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
+    Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
+    Pyramid prev = BuildPyramid(levels, format, W, H, previous, gauss);
 
     double a[kDim] = {0, 1, 0, 0, 0, 1};
-    double da[kDim] = {0, 0, 0, 0, 0, 0};
     InitialEstimate(*curr[levels - 1], *prev[levels - 1], &a[0], &a[3]);
-    for (int l = levels - 1; l >= 0; --l) {
-        int thresh = 0;
-        for (int iter = kMaxIteration;;) {
-            // The outlier threshold is taken once per level, from |prev - warped curr|:
-            // the images go in the reverse order of the increment's.
-            if (iter == kMaxIteration)
-                CalOutlier(*prev[l], *curr[l], a, &thresh);
-            MotionAadapt(*curr[l], *prev[l], thresh, a, da);
-            for (int i = 0; i < kDim; ++i)
-                a[i] = a[i] + da[i];
-            if (--iter < 1 || Converged(da, er1, er2))
-                break;
-        }
-        if (l > 0) {   // translations to the next finer level; the linear terms stay
-            a[0] = 2 * a[0];
-            a[3] = 2 * a[3];
-        }
-    }
+    int thresh = 0;
+    Refine(levels, er1, er2, a, [&](int l, bool first, double* da) {
+        // The outlier threshold is taken once per level, from |prev - warped curr|: the
+        // images go in the reverse order of the increment's.
+        if (first)
+            CalOutlier(*prev[l], *curr[l], a, &thresh);
+        MotionAadapt(*curr[l], *prev[l], thresh, a, da);
+    });
     PrintFinal(a);
 
     UpdateParameters(a);
@@ -127,22 +144,14 @@ void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImag
     const int levels = level < 1 ? 1 : level;
     const ormel::ChromaFormat format = srcVFile->CFormat();
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
-    Pyramid curr = NewPyramid(levels, format, W, H);
-    Pyramid prev = NewPyramid(levels, format, W, H);
-    Pyramid prevOb = NewPyramid(levels, format, W, H);
-    LoadLevel0(*curr[0], current);
-    LoadLevel0(*prev[0], previous);
-    LoadLevel0(*prevOb[0], binaryObject);
-    // The mask is low-passed like an image: at coarse levels any trace of an object is
-    // a non-zero grey value.
-    for (int l = 1; l < levels; ++l) {
-        GaussFilter(*curr[l - 1], *curr[l]);
-        GaussFilter(*prev[l - 1], *prev[l]);
-        GaussFilter(*prevOb[l - 1], *prevOb[l]);
-    }
+    auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
+    Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
+    Pyramid prev = BuildPyramid(levels, format, W, H, previous, gauss);
+    // The mask is low-passed like an image: at coarse levels any trace of an object is a
+    // non-zero grey value.
+    Pyramid prevOb = BuildPyramid(levels, format, W, H, binaryObject, gauss);
 
     double a[kDim] = {0, 1, 0, 0, 0, 1};
-    double da[kDim] = {0, 0, 0, 0, 0, 0};
     const int historySize = static_cast<int>(previousParameters.size());
     if (historySize < previousParametersCount) {
         InitialEstimate(*curr[levels - 1], *prev[levels - 1], &a[0], &a[3]);
@@ -160,19 +169,9 @@ void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImag
         }
         Predict(*curr[levels - 1], *prev[levels - 1], *prevOb[levels - 1], p.data(), a);
     }
-    for (int l = levels - 1; l >= 0; --l) {
-        for (int iter = kMaxIteration;;) {
-            MotionAadapt(*curr[l], *prev[l], *prevOb[l], a, da);
-            for (int i = 0; i < kDim; ++i)
-                a[i] = a[i] + da[i];
-            if (--iter < 1 || Converged(da, er1, er2))
-                break;
-        }
-        if (l > 0) {
-            a[0] = 2 * a[0];
-            a[3] = 2 * a[3];
-        }
-    }
+    Refine(levels, er1, er2, a, [&](int l, bool, double* da) {
+        MotionAadapt(*curr[l], *prev[l], *prevOb[l], a, da);
+    });
     PrintFinal(a);
 
     // Validation: a large relative change of the object-block count rejects the estimate.
