@@ -1,9 +1,7 @@
 // Export: a vids sequence of 8-bit samples as a YUV4MPEG2 stream.
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -46,6 +44,20 @@ bool CheckDataSize(const std::string& name, const SequenceDescription& d, std::s
     return true;
 }
 
+// True when path names one of the sequence's own files (writing it would destroy them).
+bool IsSequenceFile(const std::string& path, const std::string& name) {
+    struct stat out;
+    if (stat(path.c_str(), &out) != 0)
+        return false;
+    const SequenceFiles f = FilesOf(name);
+    for (const std::string& own : {f.des, f.pic}) {
+        struct stat st;
+        if (stat(own.c_str(), &st) == 0 && st.st_dev == out.st_dev && st.st_ino == out.st_ino)
+            return true;
+    }
+    return false;
+}
+
 FieldOrder OrderOf(const ormel::VidsFile& in, const SequenceDescription& d, char given) {
     if (in.Interlaced() && given != 0)
         return given == 'b' ? FieldOrder::kBottomFirst : FieldOrder::kTopFirst;
@@ -65,7 +77,7 @@ bool RateOf(const ExportOptions& o, const ormel::VidsFile& in, const Y4mHeader& 
         *error = o.input + " has no frame rate; give --rate";
         return false;
     }
-    if (notes.hasRate && std::fabs(notes.rate.Value() - reported) <= 1e-4 * std::max(1.0, reported))
+    if (notes.hasRate && RateAgrees(notes.rate, reported))
         *rate = notes.rate;
     else
         *rate = RationalFromRate(reported);
@@ -167,6 +179,8 @@ int RunExport(const ExportOptions& o) {
             return Fail(error + "; the stream on standard output is incomplete");
         return 0;
     }
+    if (IsSequenceFile(o.output, o.input))
+        return Fail(o.output + " is a file of the sequence " + o.input + " itself");
     std::ofstream file(o.output, std::ios::binary | std::ios::trunc);
     if (!file.is_open())
         return Fail(o.output + ": " + std::strerror(errno));

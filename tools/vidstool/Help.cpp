@@ -19,9 +19,9 @@ const char* ToolHelp() {
            "Exit status: 0 done, 1 the command failed, 2 bad command line.\n"
            "\n"
            "Example, from an mp4 through gme to something playable:\n"
-           "  ffmpeg -i clip.mp4 -pix_fmt yuv420p -f yuv4mpegpipe - | vidstool import - clip\n"
+           "  ffmpeg -i clip.mp4 -t 5 -pix_fmt yuv420p -f yuv4mpegpipe - | vidstool import - clip\n"
            "  gme clip compensated\n"
-           "  vidstool export compensated - | ffmpeg -i - compensated.mp4\n";
+           "  vidstool export compensated - | ffmpeg -f yuv4mpegpipe -i - -pix_fmt yuv420p out.mp4\n";
 }
 
 namespace {

@@ -101,27 +101,26 @@ std::string Discard(const SequenceFiles& f, bool hadDes, bool hadPic) {
            (restored ? " and restored the previous ones from their backups" : "");
 }
 
-// Writes every frame of source as time samples of out; the number written goes to
-// *samples. false with *error on the first failure.
-bool CopyFrames(FrameSource& source, FieldOrder order, ormel::VidsFile& out,
+// Writes frame, then every further frame of source, as time samples of out; the number
+// written goes to *samples. false with *error on the first failure.
+bool CopyFrames(FrameSource& source, Frame& frame, FieldOrder order, ormel::VidsFile& out,
                 const ImportOptions& o, int* samples, std::string* error) {
     ormel::YUVImage sample(out);
-    Frame frame;
     *samples = 0;
     for (;;) {
-        const ReadResult r = source.Next(frame, error);
-        if (r == ReadResult::kEnd)
-            return true;
-        if (r == ReadResult::kError) {
-            *error = o.input + ": " + *error;
-            return false;
-        }
         for (int field = 0; field < SamplesPerFrame(order); ++field) {
             if (!FrameToSample(frame, order, field, sample) || out.Write(sample, *samples) != kWritten) {
                 *error = o.output + ": time sample " + std::to_string(*samples) + " could not be written";
                 return false;
             }
             ++*samples;
+        }
+        const ReadResult r = source.Next(frame, error);
+        if (r == ReadResult::kEnd)
+            return true;
+        if (r == ReadResult::kError) {
+            *error = o.input + ": " + *error;
+            return false;
         }
     }
 }
@@ -148,10 +147,15 @@ int WriteSequence(FrameSource& source, FieldOrder order, const Y4mHeader& notes,
     std::string error;
     if (!CheckCreatable(files.des, &error))
         return Fail(error);
+    // The first frame is read before anything is created: an input that holds none, or
+    // whose header promises more than it has, leaves no trace.
+    Frame frame;
+    const ReadResult first = source.Next(frame, &error);
+    if (first != ReadResult::kFrame)
+        return Fail(o.input + ": " + (first == ReadResult::kEnd ? "the input holds no frame" : error));
     const bool hadDes = Exists(files.des);
     const bool hadPic = Exists(files.pic);
     const bool interlaced = order != FieldOrder::kProgressive;
-    int samples = 0;
     {
         ormel::VidsFile out;
         out.SetWidth(source.Width());
@@ -163,10 +167,9 @@ int WriteSequence(FrameSource& source, FieldOrder order, const Y4mHeader& notes,
         out.SetSamplingMatrices(source.Format(), interlaced);
         if (out.Open(o.output, ormel::OPEN_NEW) & 1)
             return Fail(o.output + ": the sequence could not be created");
-        const bool copied = CopyFrames(source, order, out, o, &samples, &error);
+        int samples = 0;
+        CopyFrames(source, frame, order, out, o, &samples, &error);
         out.Close();
-        if (copied && samples == 0)
-            error = o.input + ": the input holds no frame";
     }
     if (error.empty())
         Describe(o, notes, order, &error);

@@ -1,8 +1,6 @@
 // Info: a vids sequence's description record and what the sequence file reports.
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cmath>
 #include <iostream>
 
 #include "image/VidsFile.h"
@@ -55,10 +53,10 @@ int RunInfo(const std::string& name) {
     std::cout << "Size          : " << in.Width() << " x " << in.Height() << "\n";
     std::cout << "Chroma format : " << FormatName(in.CFormat()) << "\n";
     std::cout << "Interlaced    : " << InterlaceText(order) << "\n";
-    const double rate = in.FrameRate();
-    std::cout << "Frame rate    : " << in.FrameRate();
+    const float rate = in.FrameRate();
+    std::cout << "Frame rate    : " << rate;
     const Y4mHeader notes = LoadNotes(d);
-    if (notes.hasRate && std::fabs(notes.rate.Value() - rate) <= 1e-4 * std::max(1.0, rate))
+    if (notes.hasRate && RateAgrees(notes.rate, rate))
         std::cout << " (exactly " << notes.rate.ToString() << ")";
     std::cout << std::endl;
 

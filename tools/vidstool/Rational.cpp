@@ -91,4 +91,8 @@ Rational RationalFromRate(double rate) {
     return Reduced(tenThousandths < 1 ? 1 : tenThousandths, 10000);
 }
 
+bool RateAgrees(const Rational& r, double reported) {
+    return std::fabs(r.Value() - reported) <= 1e-4 * std::max(1.0, reported);
+}
+
 }  // namespace vidstool

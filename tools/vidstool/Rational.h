@@ -31,6 +31,10 @@ bool ParseRate(const std::string& text, Rational* r);
 // rate must be positive.
 Rational RationalFromRate(double rate);
 
+// True when r is the rate a description reports as `reported` (kept to four decimals,
+// perhaps halved from a field rate).
+bool RateAgrees(const Rational& r, double reported);
+
 }  // namespace vidstool
 
 #endif

@@ -3,6 +3,7 @@
 //   vidstool export [--rate R] [--field-order O] IN OUT.y4m
 //   vidstool info NAME
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -22,9 +23,14 @@ int main(int argc, char** argv) {
         std::cout << CommandHelp(inv.command);
         return 0;
     }
-    switch (inv.command) {
-    case Command::kImport: return RunImport(inv.import);
-    case Command::kExport: return RunExport(inv.exportTo);
-    default: return RunInfo(inv.infoName);
+    try {
+        switch (inv.command) {
+        case Command::kImport: return RunImport(inv.import);
+        case Command::kExport: return RunExport(inv.exportTo);
+        default: return RunInfo(inv.infoName);
+        }
+    } catch (const std::bad_alloc&) {
+        // A header may announce pictures larger than this machine can hold.
+        return Fail("out of memory");
     }
 }
