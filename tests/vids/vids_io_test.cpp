@@ -5,13 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "tests/vids/vids_test_support.h"
-#include "vids/vids.h"
-
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
 
 namespace {
 
@@ -20,28 +14,8 @@ const int kY[3] = {1, 0, 0};
 
 std::vector<uint8_t> Pattern(size_t n, uint32_t seed) {
     std::vector<uint8_t> v(n);
-    for (auto& x : v) {
-        seed = seed * 1664525u + 1013904223u;
-        x = static_cast<uint8_t>(seed >> 24);
-    }
+    for (auto& x : v) x = static_cast<uint8_t>((seed = seed * 1664525u + 1013904223u) >> 24);
     return v;
-}
-
-// Opens a new sequence of w x h pixels and n frames: 4:2:0 OCTET unsigned when fdtype
-// is negative, else one component of that file type, sign and byte order.
-void Create(IMG_INF* inf, const std::string& name, int w, int h, int n, int fdtype = -1,
-            int sign = 0, int org = IMG_ORG_DEC) {
-    Img_set_sizes(inf, w, h, n);
-    Img_set_dsigns(inf, sign, 0, 0);
-    if (fdtype < 0) {
-        Img_set_smpl_matrices(inf, IMG_FMT_YC_420, 0);
-    } else {
-        Img_set_comp_names(inf, IMG_FMT_MONO);
-        Img_set_smpl_matrices(inf, IMG_FMT_MONO, 0);
-        Img_set_fdtype(inf, fdtype);
-        Img_set_file_org(inf, org);
-    }
-    ASSERT_EQ(Openvids(name.c_str(), inf, "new", 7), 2);
 }
 
 }  // namespace
@@ -49,7 +23,7 @@ void Create(IMG_INF* inf, const std::string& name, int w, int h, int n, int fdty
 TEST(VidsTransfer, FrameRoundTripAndLayout) {
     TempDir dir;
     Record w;
-    Create(w.inf, dir / "seq", 720, 576, 2);
+    Create(w.inf, dir / "seq", 720, 576, 2);   // blocks of 414720, 103936, 103936: R = 622592
     EXPECT_EQ(FileSize(dir / "seq.pic"), 2 * 622592);
     auto y = Pattern(720 * 576, 1), u = Pattern(360 * 288, 2), v = Pattern(360 * 288, 3);
     ASSERT_EQ(Writevids(1, kAll, IMG_UBYTE, y.data(), u.data(), v.data(), w.inf, 7), 0);
@@ -168,7 +142,7 @@ TEST(VidsTransfer, BitFilesPackOnWriteAndUnpackOnRead) {
     TempDir dir;
     Record w;
     Create(w.inf, dir / "seq", 104, 3, 1, IMG_FDT_1_BIT);
-    EXPECT_EQ(FileSize(dir / "seq.pic"), 512);
+    EXPECT_EQ(FileSize(dir / "seq.pic"), 512);   // 39 bytes of samples in one unit
     std::vector<int8_t> bits(312);
     for (size_t i = 0; i < bits.size(); ++i) bits[i] = i % 3 == 0;
     bits[5] = 3;   // clipped to 1

@@ -1,5 +1,5 @@
-// Shared by the vids tests: a fresh temporary directory per test and a record that is
-// closed and freed on scope exit.
+// Shared by the vids tests: a fresh temporary directory per test, a record that is
+// closed and freed on scope exit, sequence creation and file contents.
 #ifndef TESTS_VIDS_VIDS_TEST_SUPPORT_H
 #define TESTS_VIDS_VIDS_TEST_SUPPORT_H
 
@@ -12,6 +12,12 @@
 #include <gtest/gtest.h>
 
 #include "vids/vids.h"
+
+using testing::ExitedWithCode;
+using testing::internal::CaptureStderr;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStderr;
+using testing::internal::GetCapturedStdout;
 
 struct TempDir {
     std::string path;
@@ -33,6 +39,23 @@ struct Record {
         Img_INF_free(inf);
     }
 };
+
+// Opens name as a new sequence of w x h pixels and n frames: 4:2:0 OCTET unsigned when
+// fdtype is negative, else one component of that file type, sign and byte order.
+inline void Create(IMG_INF* inf, const std::string& name, int w, int h, int n, int fdtype = -1,
+                   int sign = 0, int org = IMG_ORG_DEC) {
+    Img_set_sizes(inf, w, h, n);
+    Img_set_dsigns(inf, sign, 0, 0);
+    if (fdtype < 0) {
+        Img_set_smpl_matrices(inf, IMG_FMT_YC_420, 0);
+    } else {
+        Img_set_comp_names(inf, IMG_FMT_MONO);
+        Img_set_smpl_matrices(inf, IMG_FMT_MONO, 0);
+        Img_set_fdtype(inf, fdtype);
+        Img_set_file_org(inf, org);
+    }
+    ASSERT_EQ(Openvids(name.c_str(), inf, "new", 7), 2);
+}
 
 inline std::string FileText(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
