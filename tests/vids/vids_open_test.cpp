@@ -16,143 +16,33 @@ void MakeSequence(const std::string& name, int n) {
     Create(w.inf, name, 16, 8, n);
 }
 
+using VidsOpen = SequenceTest;
+
 }  // namespace
 
-TEST(Openvids, NewSequenceIsExtendedOverBackupsThenReopened) {
-    TempDir dir;
-    MakeSequence(dir / "seq", 1);
-    const std::string old_des = FileText(dir / "seq.des");
+TEST_F(VidsOpen, NewSequenceIsExtendedOverBackupsThenReopened) {
+    MakeSequence(seq, 1);
+    const std::string old_des = FileText(seq + ".des");
     CaptureStderr();
-    MakeSequence(dir / "seq", 3);
-    EXPECT_EQ(GetCapturedStderr(), "Backup: Rename " + dir / "seq.des" + " -> .des~\n" +
-                                       "Backup: Rename " + dir / "seq.pic" + " -> .pic~\n");
-    EXPECT_EQ(FileText(dir / "seq.des~"), old_des);
-    EXPECT_EQ(FileSize(dir / "seq.pic~"), 1536);
-    EXPECT_EQ(FileSize(dir / "seq.pic"), 3 * 1536);
+    MakeSequence(seq, 3);
+    EXPECT_EQ(GetCapturedStderr(), "Backup: Rename " + seq + ".des -> .des~\n" +
+                                       "Backup: Rename " + seq + ".pic -> .pic~\n");
+    EXPECT_EQ(FileText(seq + ".des~"), old_des);
+    EXPECT_EQ(FileSize(seq + ".pic~"), 1536);
+    EXPECT_EQ(FileSize(seq + ".pic"), 3 * 1536);
 
-    Record r;   // the file's description wins over the caller's settings
-    Img_set_sizes(r.inf, 720, 576, 1);
-    ASSERT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 7), 0);
+    Img_set_sizes(r.inf, 720, 576, 1);   // the file's description wins over these
+    ASSERT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 0);
     EXPECT_EQ(Img_get_size(r.inf, 0), 16);
     EXPECT_EQ(Img_get_nb_t(r.inf, 0), 3);
     EXPECT_EQ(r.inf->access_flags, 12);
-    EXPECT_STREQ(r.inf->des_path, (dir / "seq.des").c_str());
+    EXPECT_STREQ(r.inf->des_path, (seq + ".des").c_str());
     EXPECT_EQ(Closevids(r.inf, 0), 0);
     EXPECT_EQ(Closevids(r.inf, 0), 0);   // harmless on a closed record
     EXPECT_EQ(r.inf->io_buf, nullptr);
 }
 
-TEST(Openvids, ExtensionIsDroppedAndNamesExpanded) {
-    TempDir dir;
-    setenv("VIDS_TEST_DIR", dir.path.c_str(), 1);
-    MakeSequence("$VIDS_TEST_DIR/seq.yuv", 1);
-    EXPECT_EQ(FileText(dir / "seq.des").rfind("01 NOM DU FICHIER = $VIDS_TEST_DIR/seq\n", 0), 0u);
-    EXPECT_EQ(FileSize(dir / "seq.pic"), 1536);
-
-    const char* home = getenv("HOME");
-    const std::string saved = home != nullptr ? home : "";
-    setenv("HOME", dir.path.c_str(), 1);
-    Record r;
-    EXPECT_EQ(Openvids("~/seq", r.inf, "old", 7), 0);
-    EXPECT_STREQ(r.inf->fname, "~/seq");   // the record keeps the name unexpanded
-    setenv("HOME", saved.c_str(), 1);
-    EXPECT_EQ(Openvids("%VIDS_TEST_DIR/seq.des", r.inf, "old/new", 7), 0);
-}
-
-TEST(Openvids, ModesAndRefusals) {
-    TempDir dir;
-    Record r;
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "OLD", 7), 1);
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 7), 1);
-    EXPECT_EQ(GetCapturedStderr(),
-              "Openvids : Bad 'type'=OLD parameter for file " + dir / "seq" +
-                  ". \nAccepted values : 'old', 'new', 'old/new'\n"
-                  "Openvids : File " + dir / "seq.des" + " or " + dir / "seq.pic" +
-                  " don't exist\n");
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "new/old", 7), 2);   // created
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old/new", 7), 0);   // and reopened
-
-    Closevids(r.inf, 0);
-    Img_set_sizes(r.inf, 100, 4, 1);   // 1_BIT rows must fill whole bytes
-    Img_set_fdtype(r.inf, IMG_FDT_1_BIT);
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "bits").c_str(), r.inf, "new", 7), 1);
-    EXPECT_EQ(GetCapturedStderr(),
-              "Openvids: Nb pels horizontally for component 0 must be a multiple of 8\n"
-              " for that BIT file data type\n");
-    EXPECT_EQ(r.inf->opened, 0);
-    EXPECT_EQ(r.inf->stream, nullptr);
-}
-
-TEST(Openvids, WarningsOnOldSequences) {
-    TempDir dir;
-    MakeSequence(dir / "seq", 2);
-    ASSERT_EQ(truncate((dir / "seq.pic").c_str(), 1000), 0);
-    Record r;
-    Img_set_sizes(r.inf, 32, 8, 2);
-    Img_set_smpl_matrices(r.inf, IMG_FMT_YC_420, 0);
-    Img_set_dsigns(r.inf, 0, 0, 0);
-    CaptureStderr();
-    CaptureStdout();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old/new", 4), 0);
-    EXPECT_EQ(GetCapturedStdout(), "Warning! Images don't have same size in dimension 0\n");
-    EXPECT_EQ(GetCapturedStderr(),
-              "Openvids: Severe Warning : \n"
-              "**********************************************\n"
-              "*            SEVERE WARNING!!!               *\n"
-              "* OLD file not compatible with IMG_INF value *\n"
-              "**********************************************\n\n"
-              "Warning! Information on file will be used\n"
-              "Openvids : File " + dir / "seq" +
-                  " too small to contain data as described in .des file\n"
-                  "Needed size: 3072   Actual size: 1000\n");
-    EXPECT_EQ(Img_get_size(r.inf, 0), 16);
-    Closevids(r.inf, 0);
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 5), 0);
-    EXPECT_EQ(GetCapturedStderr(), "");
-}
-
-TEST(Openvids, DescriptionOnlyAndRewrite) {
-    TempDir dir;
-    MakeSequence(dir / "seq", 4);
-    Record r;
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "whatever", 0x200), 0);
-    EXPECT_EQ(GetCapturedStderr(), "Reading .des file  : " + dir / "seq" + ".des\n\n");
-    EXPECT_EQ(r.inf->opened, 0);
-    EXPECT_EQ(Img_get_size(r.inf, 2), 4);
-
-    Img_set_freq(r.inf, 2, 25.0f);   // not compared: with 0x800 the record is written back
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 0x800 + 7), 0);
-    EXPECT_EQ(GetCapturedStderr(), "Backup: Rename " + dir / "seq.des" + " -> .des~\n");
-    EXPECT_NE(FileText(dir / "seq.des").find("TEMP =   25.0000\n"), std::string::npos);
-    EXPECT_NE(FileText(dir / "seq.des~").find("TEMP =   59.9400\n"), std::string::npos);
-}
-
-TEST(Openvids, PermissionDenied) {
-    if (geteuid() == 0) GTEST_SKIP() << "root reads and writes everything";
-    TempDir dir;
-    MakeSequence(dir / "seq", 1);
-    chmod((dir / "seq.des").c_str(), 0);
-    chmod((dir / "seq.pic").c_str(), 0);
-    Record r;
-    CaptureStderr();
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 7), 1);
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "new", 7), 1);
-    const std::string both = dir / "seq.des" + " or " + dir / "seq.pic";
-    EXPECT_EQ(GetCapturedStderr(),
-              "Openvids : Permission to read and write " + both + " denied\n"
-              "Openvids : Permission to write for backup " + both + " denied\n");
-    chmod((dir / "seq.des").c_str(), 0400);
-    chmod((dir / "seq.pic").c_str(), 0400);
-    EXPECT_EQ(Openvids((dir / "seq").c_str(), r.inf, "old", 7), 0);
-    EXPECT_EQ(r.inf->access_flags, 8);   // read only
-}
-
-TEST(VidsNames, StripExtensionAndExpand) {
+TEST_F(VidsOpen, NamesLoseTheirExtensionAndAreExpanded) {
     for (auto [in, out] : {std::pair<const char*, const char*>{"seq.yuv", "seq"},
                            {"a.b/seq", "a.b/seq"}, {".hidden", ".hidden"}, {"d/x.y.z", "d/x.y"}}) {
         char buf[32];
@@ -173,5 +63,97 @@ TEST(VidsNames, StripExtensionAndExpand) {
     EXPECT_STREQ(expenv("~no_such_user_here/x~"), "~no_such_user_here/x/home/tester");
     EXPECT_STREQ(expenv("$VIDS_SELF"), "$VIDS_SELF");               // terminates
     EXPECT_STREQ(expenv("a/$VIDS_HUGE/b"), "a/$VIDS_HUGE/b");       // no room: left as written
+
+    setenv("VIDS_TEST_DIR", dir.path.c_str(), 1);   // seq.yuv stands for seq.des and seq.pic
+    MakeSequence("$VIDS_TEST_DIR/seq.yuv", 1);
+    EXPECT_EQ(FileText(seq + ".des").rfind("01 NOM DU FICHIER = $VIDS_TEST_DIR/seq\n", 0), 0u);
+    EXPECT_EQ(FileSize(seq + ".pic"), 1536);
+    setenv("HOME", dir.path.c_str(), 1);
+    EXPECT_EQ(Openvids("~/seq", r.inf, "old", 7), 0);
+    EXPECT_STREQ(r.inf->fname, "~/seq");   // the record keeps the name unexpanded
     setenv("HOME", saved.c_str(), 1);
+    EXPECT_EQ(Openvids("%VIDS_TEST_DIR/seq.des", r.inf, "old/new", 7), 0);
+}
+
+TEST_F(VidsOpen, ModesAndRefusals) {
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "OLD", 7), 1);
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 1);
+    EXPECT_EQ(GetCapturedStderr(),
+              "Openvids : Bad 'type'=OLD parameter for file " + seq +
+                  ". \nAccepted values : 'old', 'new', 'old/new'\n"
+                  "Openvids : File " + seq + ".des or " + seq + ".pic don't exist\n");
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "new/old", 7), 2);   // created
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old/new", 7), 0);   // and reopened
+
+    Closevids(r.inf, 0);
+    Img_set_sizes(r.inf, 100, 4, 1);   // 1_BIT rows must fill whole bytes
+    Img_set_fdtype(r.inf, IMG_FDT_1_BIT);
+    CaptureStderr();
+    EXPECT_EQ(Openvids((dir / "bits").c_str(), r.inf, "new", 7), 1);
+    EXPECT_EQ(GetCapturedStderr(),
+              "Openvids: Nb pels horizontally for component 0 must be a multiple of 8\n"
+              " for that BIT file data type\n");
+    EXPECT_EQ(r.inf->opened, 0);
+    EXPECT_EQ(r.inf->stream, nullptr);
+}
+
+TEST_F(VidsOpen, WarningsOnOldSequences) {
+    MakeSequence(seq, 2);
+    ASSERT_EQ(truncate((seq + ".pic").c_str(), 1000), 0);
+    Img_set_sizes(r.inf, 32, 8, 2);
+    Img_set_smpl_matrices(r.inf, IMG_FMT_YC_420, 0);
+    Img_set_dsigns(r.inf, 0, 0, 0);
+    CaptureStderr();
+    CaptureStdout();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old/new", 4), 0);
+    EXPECT_EQ(GetCapturedStdout(), "Warning! Images don't have same size in dimension 0\n");
+    EXPECT_EQ(GetCapturedStderr(),
+              "Openvids: Severe Warning : \n"
+              "**********************************************\n"
+              "*            SEVERE WARNING!!!               *\n"
+              "* OLD file not compatible with IMG_INF value *\n"
+              "**********************************************\n\n"
+              "Warning! Information on file will be used\n"
+              "Openvids : File " + seq + " too small to contain data as described in .des file\n"
+              "Needed size: 3072   Actual size: 1000\n");
+    EXPECT_EQ(Img_get_size(r.inf, 0), 16);
+    Closevids(r.inf, 0);
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 5), 0);
+    EXPECT_EQ(GetCapturedStderr(), "");
+}
+
+TEST_F(VidsOpen, DescriptionOnlyAndRewrite) {
+    MakeSequence(seq, 4);
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "whatever", 0x200), 0);
+    EXPECT_EQ(GetCapturedStderr(), "Reading .des file  : " + seq + ".des\n\n");
+    EXPECT_EQ(r.inf->opened, 0);
+    EXPECT_EQ(Img_get_size(r.inf, 2), 4);
+
+    Img_set_freq(r.inf, 2, 25.0f);   // not compared: with 0x800 the record is written back
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 0x800 + 7), 0);
+    EXPECT_EQ(GetCapturedStderr(), "Backup: Rename " + seq + ".des -> .des~\n");
+    EXPECT_NE(FileText(seq + ".des").find("TEMP =   25.0000\n"), std::string::npos);
+    EXPECT_NE(FileText(seq + ".des~").find("TEMP =   59.9400\n"), std::string::npos);
+}
+
+TEST_F(VidsOpen, PermissionDenied) {
+    if (geteuid() == 0) GTEST_SKIP() << "root reads and writes everything";
+    MakeSequence(seq, 1);
+    chmod((seq + ".des").c_str(), 0);
+    chmod((seq + ".pic").c_str(), 0);
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 1);
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "new", 7), 1);
+    const std::string both = seq + ".des or " + seq + ".pic";
+    EXPECT_EQ(GetCapturedStderr(),
+              "Openvids : Permission to read and write " + both + " denied\n"
+              "Openvids : Permission to write for backup " + both + " denied\n");
+    chmod((seq + ".des").c_str(), 0400);
+    chmod((seq + ".pic").c_str(), 0400);
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 0);
+    EXPECT_EQ(r.inf->access_flags, 8);   // read only
 }

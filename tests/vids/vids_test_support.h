@@ -40,6 +40,13 @@ struct Record {
     }
 };
 
+// A test with its own directory, the name of a sequence in it and a record.
+struct SequenceTest : testing::Test {
+    TempDir dir;
+    const std::string seq = dir / "seq";
+    Record r;
+};
+
 // Opens name as a new sequence of w x h pixels and n frames: 4:2:0 OCTET unsigned when
 // fdtype is negative, else one component of that file type, sign and byte order.
 inline void Create(IMG_INF* inf, const std::string& name, int w, int h, int n, int fdtype = -1,
@@ -62,10 +69,10 @@ inline std::string FileText(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// -1 when the file is missing.
 inline long long FileSize(const std::string& path) {
     std::error_code ec;
-    const auto n = std::filesystem::file_size(path, ec);
-    return ec ? -1 : static_cast<long long>(n);
+    return static_cast<long long>(std::filesystem::file_size(path, ec));
 }
 
 #endif
