@@ -12,31 +12,22 @@ int HorRef(YUVImage& in, int x, int y) {
 }
 
 int GaussRef(YUVImage& in, int x, int y) {
-    return (HorRef(in, x, y > 0 ? 2 * y - 1 : 0) + 2 * HorRef(in, x, 2 * y) + HorRef(in, x, 2 * y + 1)) / 4;
+    return (HorRef(in, x, y > 0 ? 2 * y - 1 : 0) + 2 * HorRef(in, x, 2 * y) +
+            HorRef(in, x, 2 * y + 1)) / 4;
 }
 
 }  // namespace
 
 using GaussFilter = EstimatorTest;
 
-TEST_F(GaussFilter, ConstantImageStaysConstant) {
-    YUVImage in(ormel::YUV420, 64, 48), out(ormel::YUV420, 32, 24);
-    for (unsigned char v : {3, 200, 255}) {
-        FillConstant(in, v);
-        EXPECT_EQ(est.GaussFilter(in, out), 0);
-        for (int y = 0; y < 24; ++y)
-            for (int x = 0; x < 32; ++x)
-                ASSERT_EQ(out.Y(x, y), v) << x << ", " << y;
-    }
-}
-
-TEST_F(GaussFilter, MatchesThePlainKernelAndDropsAnOddLastRowAndColumn) {
+TEST_F(GaussFilter, MatchesThePlainKernelKeepsAConstantAndDropsAnOddLastRowAndColumn) {
     // 721 x 577 gives 360 x 288; the rest of the larger output keeps its samples.
     YUVImage in(ormel::YUV420, 721, 577), out(ormel::YUV420, 362, 290);
     FillRandom(in, 7);
     FillConstant(out, 77);
+    EXPECT_EQ(est.GaussFilter(in, out), 0);
+    ExpectLuma(out, [&](int x, int y) { return x < 360 && y < 288 ? GaussRef(in, x, y) : 77; });
+    FillConstant(in, 255);
     est.GaussFilter(in, out);
-    for (int y = 0; y < 290; ++y)
-        for (int x = 0; x < 362; ++x)
-            ASSERT_EQ(out.Y(x, y), x < 360 && y < 288 ? GaussRef(in, x, y) : 77) << x << ", " << y;
+    ExpectLuma(out, [](int x, int y) { return x < 360 && y < 288 ? 255 : 77; });
 }
