@@ -1,8 +1,4 @@
 // The start vector from the parameter history.
-#include <algorithm>
-#include <cstdio>
-#include <string>
-
 #include "numeric/numeric.h"
 #include "tests/estimation/EstimatorTestUtil.h"
 
@@ -10,79 +6,65 @@ namespace {
 
 using ormel::YUVImage;
 
-// cur(x, y) = prev at the rounded position of the affine map c, where that lies inside:
-// the pair that the linear-term stage scores 0 for c's linear terms.
+// cur(x, y) = prev at the rounded position of the affine map c where that lies inside,
+// noise elsewhere: the pair that both stages score 0 for c's translation and linear terms.
 void RoundedAffinePair(YUVImage& cur, YUVImage& prev, const double* c) {
     const int W = prev.Width(ormel::Y_COMP), H = prev.Height(ormel::Y_COMP);
     FillRandom(prev, 41);
     FillRandom(cur, 42);
-    for (int y = 0; y < H; ++y)
-        for (int x = 0; x < W; ++x) {
-            const int xp = CoRound(c[0] + x * c[1] + y * c[2]);
-            const int yp = CoRound(c[3] + x * c[4] + y * c[5]);
-            if (xp >= 0 && xp < W && yp >= 0 && yp < H)
-                cur.Y(x, y) = prev.Y(xp, yp);
-        }
+    Fill(cur, [&](int x, int y) {
+        const int xp = CoRound(c[0] + x * c[1] + y * c[2]), yp = CoRound(c[3] + x * c[4] + y * c[5]);
+        return xp >= 0 && xp < W && yp >= 0 && yp < H ? prev.Y(xp, yp) : cur.Y(x, y);
+    });
 }
 
-struct Predict : EstimatorTest {
-    YUVImage cur{ormel::YUV420, 64, 48}, prev{ormel::YUV420, 64, 48}, mask{ormel::YUV420, 64, 48};
-    double hist[5][6];
-    double a[6] = {9, 9, 9, 9, 9, 9};
+struct Case {
+    const char* what;
+    double h0[6], dh[6];   // history entry i (oldest first) is h0 + i dh
+    double motion[6];      // the pair's motion at a quarter of the size
+    bool maskAll;          // an all-set mask: every sum is 0, the zero candidate wins both
+};
 
-    // Runs the prediction; returns what it printed.
-    std::string Run() {
-        double* p[5] = {hist[0], hist[1], hist[2], hist[3], hist[4]};
-        testing::internal::CaptureStdout();
-        est.Predict(cur, prev, mask, p, a);
-        std::fflush(stdout);
-        return testing::internal::GetCapturedStdout();
-    }
-    void ExpectA(const double* want) {
-        for (int i = 0; i < 6; ++i)
-            EXPECT_EQ(a[i], want[i]) << "a[" << i << "]";
-    }
+const Case kCases[] = {
+    // Past, acceleration and average coincide; the past one comes first of them.
+    {"identical history", {8, 1.02, 0, -4, 0, 1.02}, {}, {2, 1.02, 0, -1, 0, 1.02}, false},
+    // Without the mask the past candidate would win.
+    {"all-set mask", {0, 1.01, 0.02, 0, -0.01, 0.99}, {4, 0, 0, -3, 0, 0},
+     {4, 1.01, 0.02, -3, -0.01, 0.99}, true},
+    // Quarter-size translations: zero (0, 0), past (2, -1), acceleration (3, -1), average
+    // (1, -1). The pair moves by the acceleration's translation with the average's
+    // linear terms.
+    {"stages apart", {0, 1, 0, 0, 0, 1}, {2, 1.0 / 128, 0, -1, 0, 1.0 / 128},
+     {3, 1 + 2.0 / 128, 0, -1, 0, 1 + 2.0 / 128}, false},
+    // The same history; the pair moves by the acceleration's translation alone (the zero
+    // candidate's linear terms).
+    {"no linear terms", {0, 1, 0, 0, 0, 1}, {2, 1.0 / 128, 0, -1, 0, 1.0 / 128}, {3, 1, 0, -1, 0, 1},
+     false},
+    // Quarter-size translations zero (0, 0), past (2, -1), acceleration (4, -2), average
+    // (-2, 1); the pair moves by the whole newest motion.
+    {"past", {-24, 1 - 1.0 / 128, 0, 12, 0, 1 - 1.0 / 128}, {8, 1.0 / 128, 0, -4, 0, 1.0 / 128},
+     {2, 1 + 3.0 / 128, 0, -1, 0, 1 + 3.0 / 128}, false},
 };
 
 }  // namespace
 
-TEST_F(Predict, IdenticalHistoryPicksThePastCandidate) {
-    // Past, acceleration and average coincide; the past one comes first of them. The
-    // pair moves by the history's motion at a quarter of the size.
-    const double v[6] = {8, 1.02, 0, -4, 0, 1.02}, coarse[6] = {2, 1.02, 0, -1, 0, 1.02};
-    for (auto& h : hist)
-        std::copy(v, v + 6, h);
-    RoundedAffinePair(cur, prev, coarse);
-    EXPECT_EQ(Run(), "Initial Conditions: a[0] = 2.000000, a[3] = -1.000000 \n");
-    ExpectA(coarse);
-}
+using Predict = EstimatorTest;
 
-TEST_F(Predict, AllSetMaskGivesTheIdentity) {
-    for (int i = 0; i < 5; ++i) {
-        const double v[6] = {4.0 * i, 1.01, 0.02, -3.0 * i, -0.01, 0.99};
-        std::copy(v, v + 6, hist[i]);
+TEST_F(Predict, EachStageTakesTheBestCandidateAndTiesGoToTheEarliest) {
+    YUVImage cur(ormel::YUV420, 64, 48), prev(ormel::YUV420, 64, 48), mask(ormel::YUV420, 64, 48);
+    for (const Case& c : kCases) {
+        double hist[5][6], a[6] = {9, 9, 9, 9, 9, 9};
+        double* p[5] = {hist[0], hist[1], hist[2], hist[3], hist[4]};
+        for (int i = 0; i < 5; ++i)
+            for (int j = 0; j < 6; ++j)
+                hist[i][j] = c.h0[j] + i * c.dh[j];
+        RoundedAffinePair(cur, prev, c.motion);
+        FillConstant(mask, c.maskAll ? 255 : 0);
+        const double* want = c.maskAll ? kIdentity : c.motion;
+        char line[96];
+        std::snprintf(line, sizeof line, "Initial Conditions: a[0] = %f, a[3] = %f \n", want[0],
+                      want[3]);
+        EXPECT_EQ(Printed([&] { est.Predict(cur, prev, mask, p, a); }), line) << c.what;
+        EXPECT_EQ(Six(a), Six(want)) << c.what;
     }
-    FillRandom(cur, 1);
-    FillRandom(prev, 2);
-    FillConstant(mask, 255);
-    EXPECT_EQ(Run(), "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n");
-    const double id[6] = {0, 1, 0, 0, 0, 1};
-    ExpectA(id);
-}
-
-TEST_F(Predict, StagesMayPickDifferentCandidates) {
-    // History i: translation (2i, -i), linear terms growing by 0.01. At a quarter of the
-    // size the translations are zero (0, 0), past (2, -1), acceleration (3, -1) and
-    // average (1, -1). The pair moves by the acceleration's translation with the
-    // average's linear terms.
-    for (int i = 0; i < 5; ++i) {
-        const double v[6] = {2.0 * i, 1 + 0.01 * i, 0, -1.0 * i, 0, 1 + 0.01 * i};
-        std::copy(v, v + 6, hist[i]);
-    }
-    double motion[6] = {3, 0, 0, -1, 0, 0};
-    for (int j : {1, 2, 4, 5})
-        motion[j] = (hist[0][j] + hist[1][j] + hist[2][j] + hist[3][j] + hist[4][j]) / 5.0;
-    RoundedAffinePair(cur, prev, motion);
-    EXPECT_EQ(Run(), "Initial Conditions: a[0] = 3.000000, a[3] = -1.000000 \n");
-    ExpectA(motion);
 }
