@@ -1,12 +1,15 @@
 // Shared by the estimator tests: an estimator on an unopened 4:2:0 sequence description,
 // deterministic test pictures, a per-sample comparison and captured standard output.
+// Each test file includes only this header.
 #ifndef TESTS_ESTIMATION_ESTIMATORTESTUTIL_H
 #define TESTS_ESTIMATION_ESTIMATORTESTUTIL_H
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,6 +17,10 @@
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
+#include "numeric/numeric.h"
+#include "segmentation/BinImage.h"
+
+using ormel::YUVImage;
 
 // The sequence file only supplies the chroma format of scratch images; nothing is opened.
 struct EstimatorTest : testing::Test {
@@ -33,17 +40,15 @@ inline std::vector<double> Six(const double* a) { return {a, a + 6}; }
 
 // img(x, y) = value(x, y) over the luminance plane, rows outer.
 template <class F>
-void Fill(ormel::YUVImage& img, F value) {
+void Fill(YUVImage& img, F value) {
     for (int y = 0; y < img.Height(ormel::Y_COMP); ++y)
         for (int x = 0; x < img.Width(ormel::Y_COMP); ++x)
             img.Y(x, y) = static_cast<unsigned char>(value(x, y));
 }
 
-inline void FillConstant(ormel::YUVImage& img, int v) {
-    Fill(img, [v](int, int) { return v; });
-}
+inline void FillConstant(YUVImage& img, int v) { Fill(img, [v](int, int) { return v; }); }
 
-inline void FillRandom(ormel::YUVImage& img, unsigned seed, int lo = 0, int hi = 255) {
+inline void FillRandom(YUVImage& img, unsigned seed, int lo = 0, int hi = 255) {
     std::mt19937 rng(seed);
     std::uniform_int_distribution<int> value(lo, hi);
     Fill(img, [&](int, int) { return value(rng); });
@@ -56,21 +61,21 @@ inline double Texture(double x, double y) {
 }
 
 // img(x, y) = Texture at the affine position of (x, y), rounded to 8 bits.
-inline void FillTexture(ormel::YUVImage& img, const double* a) {
+inline void FillTexture(YUVImage& img, const double* a) {
     Fill(img, [a](int x, int y) {
         return std::lround(Texture(a[0] + a[1] * x + a[2] * y, a[3] + a[4] * x + a[5] * y));
     });
 }
 
 // cur(x, y) = Texture(truth(x, y)), prev(x, y) = Texture(x, y): truth is the pair's motion.
-inline void TexturedPair(ormel::YUVImage& cur, ormel::YUVImage& prev, const double* truth) {
+inline void TexturedPair(YUVImage& cur, YUVImage& prev, const double* truth) {
     FillTexture(prev, kIdentity);
     FillTexture(cur, truth);
 }
 
 // Every luminance sample equals want(x, y); stops at the first mismatch and names it.
 template <class F>
-void ExpectLuma(ormel::YUVImage& img, F want) {
+void ExpectLuma(YUVImage& img, F want) {
     for (int y = 0; y < img.Height(ormel::Y_COMP); ++y)
         for (int x = 0; x < img.Width(ormel::Y_COMP); ++x)
             ASSERT_EQ(img.Y(x, y), want(x, y)) << "at " << x << ", " << y;

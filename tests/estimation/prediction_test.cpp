@@ -1,14 +1,9 @@
 // The start vector from the parameter history.
-#include "numeric/numeric.h"
 #include "tests/estimation/EstimatorTestUtil.h"
-
-namespace {
-
-using ormel::YUVImage;
 
 // cur(x, y) = prev at the rounded position of the affine map c where that lies inside,
 // noise elsewhere: the pair that both stages score 0 for c's translation and linear terms.
-void RoundedAffinePair(YUVImage& cur, YUVImage& prev, const double* c) {
+static void RoundedAffinePair(YUVImage& cur, YUVImage& prev, const double* c) {
     const int W = prev.Width(ormel::Y_COMP), H = prev.Height(ormel::Y_COMP);
     FillRandom(prev, 41);
     FillRandom(cur, 42);
@@ -45,8 +40,6 @@ const Case kCases[] = {
     {"past", {-24, 1 - 1.0 / 128, 0, 12, 0, 1 - 1.0 / 128}, {8, 1.0 / 128, 0, -4, 0, 1.0 / 128},
      {2, 1 + 3.0 / 128, 0, -1, 0, 1 + 3.0 / 128}, false},
 };
-
-}  // namespace
 
 using Predict = EstimatorTest;
 

@@ -1,22 +1,16 @@
 // Low-pass filtering with decimation, against the plain formula.
 #include "tests/estimation/EstimatorTestUtil.h"
 
-namespace {
-
-using ormel::YUVImage;
-
 // [1 2 1] / 4 along the row, then down the column, each division truncating; the first
 // row and column are their own upper and left neighbours.
-int HorRef(YUVImage& in, int x, int y) {
+static int HorRef(YUVImage& in, int x, int y) {
     return (in.Y(x > 0 ? 2 * x - 1 : 0, y) + 2 * in.Y(2 * x, y) + in.Y(2 * x + 1, y)) / 4;
 }
 
-int GaussRef(YUVImage& in, int x, int y) {
+static int GaussRef(YUVImage& in, int x, int y) {
     return (HorRef(in, x, y > 0 ? 2 * y - 1 : 0) + 2 * HorRef(in, x, 2 * y) +
             HorRef(in, x, 2 * y + 1)) / 4;
 }
-
-}  // namespace
 
 using GaussFilter = EstimatorTest;
 

@@ -1,18 +1,9 @@
 // The estimator's affine warp, the central criterion and the outlier threshold.
-#include <algorithm>
-#include <cstdlib>
-#include <vector>
-
-#include "numeric/numeric.h"
 #include "tests/estimation/EstimatorTestUtil.h"
-
-namespace {
-
-using ormel::YUVImage;
 
 // The plain warp of one pixel, in the order of the formula. The inside test on the
 // floored doubles keeps far positions out of the int conversion.
-int WarpRef(YUVImage& prev, const double* a, int x, int y) {
+static int WarpRef(YUVImage& prev, const double* a, int x, int y) {
     const int W = prev.Width(ormel::Y_COMP), H = prev.Height(ormel::Y_COMP);
     const double dispX = a[0] + x * a[1] + y * a[2], dispY = a[3] + x * a[4] + y * a[5];
     const double fl = std::floor(dispX), ft = std::floor(dispY);
@@ -24,8 +15,6 @@ int WarpRef(YUVImage& prev, const double* a, int x, int y) {
                      gy * (prev.Y(x1 + 1, y1) * fx + prev.Y(x1, y1) * gx);
     return std::min(static_cast<int>(s), 255);
 }
-
-}  // namespace
 
 using Warp = EstimatorTest;
 
