@@ -1,19 +1,13 @@
 // Translation search and Gauss-Newton increments.
-#include <algorithm>
-
 #include "tests/estimation/EstimatorTestUtil.h"
-
-namespace {
-
-using ormel::YUVImage;
 
 // The increment as the plain loops compute it, in the order of the formulas. mask ==
 // nullptr: the threshold form (rows outer, border skipped, 3 x 3 count afresh);
 // otherwise the mask form (columns outer, every pixel).
-void IncrementRef(BinGlobalMotionEstimator& est, YUVImage& cur, YUVImage& prev, int thr,
-                  YUVImage* mask, double* a, double* da) {
+static std::vector<double> IncrementRef(BinGlobalMotionEstimator& est, YUVImage& cur,
+                                        YUVImage& prev, int thr, YUVImage* mask, double* a) {
     const int W = prev.Width(ormel::Y_COMP), H = prev.Height(ormel::Y_COMP), bd = mask ? 0 : 1;
-    double M[36] = {}, b[6] = {};
+    double M[36] = {}, b[6] = {}, da[6];
     YUVImage comp(prev), diff(prev);
     est.Compensate(prev, a, comp);
     est.Accuracy(cur, comp, diff);
@@ -27,15 +21,15 @@ void IncrementRef(BinGlobalMotionEstimator& est, YUVImage& cur, YUVImage& prev, 
                 continue;
             auto P = [&](YUVImage& img, int i, int j) { return img.Y(x1 + i, y1 + j); };
             int count = 0;
-            for (int j = -1; j <= 1 && !mask; ++j)
-                for (int i = -1; i <= 1; ++i)
-                    count += diff.Y(x + i, y + j) <= thr;
+            for (int k = 0; k < 9 && !mask; ++k)
+                count += diff.Y(x + k % 3 - 1, y + k / 3 - 1) <= thr;
             if (mask ? P(*mask, 0, 0) || P(*mask, 1, 0) || P(*mask, 0, 1) || P(*mask, 1, 1)
                      : diff.Y(x, y) > thr || count <= 6)
                 continue;
             const double dk = dispX - x1, dl = dispY - y1;
-            const double bilin = P(prev, 0, 0) * (1 - dk) * (1 - dl) + P(prev, 1, 0) * dk * (1 - dl) +
-                                 P(prev, 0, 1) * (1 - dk) * dl + P(prev, 1, 1) * dk * dl;
+            const double bilin = P(prev, 0, 0) * (1 - dk) * (1 - dl) +
+                                 P(prev, 1, 0) * dk * (1 - dl) + P(prev, 0, 1) * (1 - dk) * dl +
+                                 P(prev, 1, 1) * dk * dl;
             const double e = bilin - cur.Y(x, y);
             const double dIdx = (P(prev, 1, 0) - P(prev, 0, 0)) * (1 - dl) +
                                 (P(prev, 1, 1) - P(prev, 0, 1)) * dl;
@@ -49,15 +43,20 @@ void IncrementRef(BinGlobalMotionEstimator& est, YUVImage& cur, YUVImage& prev, 
             }
         }
     est.OptimizationMethodGradientDescent(M, b, da);
+    return Six(da);
 }
 
-// An odd-sized frame pair and an object mask.
+// An odd-sized frame pair, an object mask, and the library's increment from a on them:
+// the threshold form with thr, or the mask form with *m.
 struct Increments : EstimatorTest {
     static constexpr int W = 161, H = 121;
     YUVImage cur{ormel::YUV420, W, H}, prev{ormel::YUV420, W, H}, mask{ormel::YUV420, W, H};
+    std::vector<double> Da(YUVImage& p, double* a, int thr, YUVImage* m = nullptr) {
+        double da[6];
+        m ? est.MotionAadapt(cur, p, *m, a, da) : est.MotionAadapt(cur, p, thr, a, da);
+        return Six(da);
+    }
 };
-
-}  // namespace
 
 using InitialEstimate = Increments;
 
@@ -93,15 +92,10 @@ TEST_F(MotionAadapt, BothFormsMatchThePlainLoopsBitForBit) {
         mask.Y(rng() % W, rng() % H) = static_cast<unsigned char>(1 + rng() % 255);
     double starts[][6] = {{0, 1, 0, 0, 0, 1}, {2.5, 0.97, 0.02, 1.5, -0.01, 1.03}};
     for (auto& a : starts) {
-        double da[6], ref[6];
-        for (int thr : {0, 12, 255}) {
-            est.MotionAadapt(cur, prev, thr, a, da);
-            IncrementRef(est, cur, prev, thr, nullptr, a, ref);
-            EXPECT_EQ(Six(da), Six(ref)) << "threshold " << thr << ", a[0] " << a[0];
-        }
-        est.MotionAadapt(cur, prev, mask, a, da);
-        IncrementRef(est, cur, prev, 0, &mask, a, ref);
-        EXPECT_EQ(Six(da), Six(ref)) << "mask, a[0] " << a[0];
+        for (int thr : {0, 12, 255})
+            EXPECT_EQ(Da(prev, a, thr), IncrementRef(est, cur, prev, thr, nullptr, a))
+                << "threshold " << thr << ", a[0] " << a[0];
+        EXPECT_EQ(Da(prev, a, 0, &mask), IncrementRef(est, cur, prev, 0, &mask, a)) << a[0];
     }
 }
 
@@ -116,25 +110,20 @@ TEST_F(MotionAadapt, ExcludedPixelsDoNotCount) {
     auto inBox = [](int x, int y) { return x >= 60 && x < 100 && y >= 50 && y < 80; };
     Fill(mask, [&](int x, int y) { return inBox(x, y) ? 255 : 0; });
     Fill(dirty, [&](int x, int y) { return inBox(x, y) ? int(rng() % 256) : int(prev.Y(x, y)); });
-    double clean[6], masked[6], unmasked[6], outliers[6], objects[6];
-    est.MotionAadapt(cur, prev, mask, a, clean);
-    est.MotionAadapt(cur, dirty, mask, a, masked);
-    est.MotionAadapt(cur, dirty, none, a, unmasked);
-    EXPECT_EQ(Six(masked), Six(clean));
-    EXPECT_NE(unmasked[0], clean[0]);   // without the mask the noise does disturb it
+    const std::vector<double> clean = Da(prev, a, 0, &mask), zero(6, 0.0);
+    EXPECT_EQ(Da(dirty, a, 0, &mask), clean);
+    EXPECT_NE(Da(dirty, a, 0, &none), clean);   // without the mask the noise does disturb it
     FillConstant(mask, 255);
-    est.MotionAadapt(cur, prev, -1, a, outliers);
-    est.MotionAadapt(cur, prev, mask, a, objects);
-    EXPECT_EQ(Six(outliers), std::vector<double>(6, 0.0));
-    EXPECT_EQ(Six(objects), std::vector<double>(6, 0.0));
+    EXPECT_EQ(Da(prev, a, 0, &mask), zero);
+    EXPECT_EQ(Da(prev, a, -1), zero);
 }
 
 TEST_F(MotionAadapt, ThresholdIncrementsConvergeToAKnownAffineMotion) {
     const double truth[6] = {1.3, 1.01, 0.005, -0.7, -0.004, 0.99};
     TexturedPair(cur, prev, truth);
-    double a[6] = {0, 1, 0, 0, 0, 1}, da[6];
+    double a[6] = {0, 1, 0, 0, 0, 1};
     for (int it = 0; it < 20; ++it) {
-        est.MotionAadapt(cur, prev, 255, a, da);
+        const std::vector<double> da = Da(prev, a, 255);
         for (int i = 0; i < 6; ++i)
             a[i] += da[i];
     }
