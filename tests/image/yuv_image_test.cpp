@@ -6,12 +6,13 @@
 #include <sstream>
 #include <string>
 
-#include "image/VidsFile.h"
 #include "image/YUVImage.h"
 
 using namespace ormel;
 
 namespace {
+
+const std::string kBounds = "YUVImage: boundary overflow or underflow\n";
 
 std::string Captured(const std::function<void()>& f) {
     testing::internal::CaptureStdout();
@@ -19,205 +20,133 @@ std::string Captured(const std::function<void()>& f) {
     return testing::internal::GetCapturedStdout();
 }
 
+CompType Comp(int c) { return static_cast<CompType>(c); }
+
+// "format Y-size U-size V-size", e.g. "3 6x4 3x2 3x2".
+std::string Geometry(const YUVImage& img) {
+    std::string s = std::to_string(img.CFormat());
+    for (int c = 0; c < 3; ++c)
+        s += " " + std::to_string(img.Width(Comp(c))) + "x" + std::to_string(img.Height(Comp(c)));
+    return s;
+}
+
 void FillRamp(YUVImage& img) {
-    for (int c = 0; c < 3; ++c) {
-        const CompType comp = static_cast<CompType>(c);
-        unsigned char* p = img.GetArray(comp);
-        const long n = static_cast<long>(img.Width(comp)) * img.Height(comp);
-        for (long k = 0; k < n; ++k)
-            p[k] = static_cast<unsigned char>(k * 7 + c);
-    }
+    for (int c = 0; c < 3; ++c)
+        for (int k = 0; k < img.Width(Comp(c)) * img.Height(Comp(c)); ++k)
+            img.GetArray(Comp(c))[k] = static_cast<unsigned char>(k * 7 + c);
 }
 
 }  // namespace
 
-TEST(YUVImageGeometry, ChromaSizesAndFactorsPerFormat) {
-    struct Case { ChromaFormat f; int w, h, cw, ch; } cases[] = {
-        {YUV420, 352, 288, 176, 144}, {YUV422, 352, 288, 176, 288},
-        {YUV444, 351, 287, 351, 287}, {YUV411, 350, 10, 87, 10},
-        {YUV400, 352, 288, 0, 0},     {UNKNOWN_FORMAT, 33, 17, 33, 17},
-        {YUV420, 5, 3, 2, 1},
+TEST(YUVImageGeometry, ChromaSizesAndColourPaintingPerFormat) {
+    // Each picture gets pixel (i, j) painted in colour; its chroma pair lands at chroma
+    // index cn (-1: a luminance-only picture stores none) and every other sample stays 0.
+    struct Case { ChromaFormat f; int w, h; const char* geometry; int i, j, cn; } cases[] = {
+        {YUV420, 352, 288, "3 352x288 176x144 176x144", 5, 3, 178},
+        {YUV420, 5, 3, "3 5x3 2x1 2x1", 3, 1, 1},
+        {YUV422, 352, 288, "1 352x288 176x288 176x288", 5, 3, 530},
+        {YUV411, 350, 10, "4 350x10 87x10 87x10", 9, 1, 89},
+        {YUV444, 351, 287, "2 351x287 351x287 351x287", 5, 3, 1058},
+        {YUV400, 352, 288, "0 352x288 0x0 0x0", 5, 3, -1},
+        {UNKNOWN_FORMAT, 33, 17, "5 33x17 33x17 33x17", 5, 3, 104},
     };
     for (const Case& c : cases) {
         YUVImage img(c.f, c.w, c.h);
-        EXPECT_EQ(img.Width(Y_COMP), c.w);
-        EXPECT_EQ(img.Height(Y_COMP), c.h);
-        for (CompType k : {U_COMP, V_COMP}) {
-            EXPECT_EQ(img.Width(k), c.cw) << "format " << c.f;
-            EXPECT_EQ(img.Height(k), c.ch) << "format " << c.f;
-        }
-        EXPECT_EQ(img.CFormat(), c.f);
+        EXPECT_EQ(Geometry(img), c.geometry);
+        img(c.i, c.j, YUVColor{11, 22}) = 200;
+        const int painted[3] = {c.w * c.j + c.i, c.cn, c.cn}, value[3] = {200, 11, 22};
+        for (int k = 0; k < 3; ++k)
+            for (int n = 0; n < img.Width(Comp(k)) * img.Height(Comp(k)); ++n)
+                ASSERT_EQ(img.GetArray(Comp(k))[n], n == painted[k] ? value[k] : 0)
+                    << c.geometry << " plane " << k << " sample " << n;
     }
-    YUVImage def;
-    EXPECT_EQ(def.CFormat(), YUV420);
-    EXPECT_EQ(def.Width(U_COMP), 176);
-    EXPECT_EQ(def.Height(V_COMP), 144);
-    EXPECT_EQ(def.Width(static_cast<CompType>(7)), 352);   // as GetArray: the luminance
+    EXPECT_EQ(Geometry(YUVImage()), "3 352x288 176x144 176x144");
 }
 
-TEST(YUVImageGeometry, PlanesStartZeroFilled) {
-    YUVImage img(YUV420, 17, 9);
-    for (int c = 0; c < 3; ++c) {
-        const CompType comp = static_cast<CompType>(c);
-        const unsigned char* p = img.GetArray(comp);
-        for (long k = 0; k < static_cast<long>(img.Width(comp)) * img.Height(comp); ++k)
-            ASSERT_EQ(p[k], 0) << "plane " << c << " index " << k;
-    }
-}
-
-TEST(YUVImageAllocation, LuminanceOnlyAndEmptySizes) {
-    YUVImage mono(YUV400, 8, 4);
-    EXPECT_NE(mono.GetArray(U_COMP), nullptr);
-    EXPECT_NE(mono.GetArray(V_COMP), nullptr);
+TEST(YUVImageGeometry, LuminanceOnlyPlanes) {
+    YUVImage mono(YUV400, 8, 4), empty(YUV400, 0, 5);
+    mono(3, 2, RED) = 77;   // one-byte chroma planes, left alone
+    EXPECT_EQ(mono.GetArray(U_COMP)[0] + mono.GetArray(V_COMP)[0], 0);
     EXPECT_EQ(mono.AllocateMemory(), 0);
-    // Painting a luminance-only image never touches chroma.
-    mono(3, 2, RED) = 77;
-    EXPECT_EQ(mono.Y(3, 2), 77);
-    EXPECT_EQ(mono.GetArray(U_COMP)[0], 0);
-
-    YUVImage empty(YUV400, 0, 5);
     EXPECT_EQ(empty.GetArray(Y_COMP), nullptr);
     EXPECT_EQ(empty.AllocateMemory(), 7);
-    EXPECT_EQ(empty.FreeMemory(), 0);
 }
 
-TEST(YUVImageAllocation, LuminanceOnlyFileGeometryGetsWholeChromaPlanes) {
-    // A luminance-only file reports the luminance size for every component.
-    VidsFile f;
-    f.SetWidth(16);
-    f.SetHeight(8);
-    f.SetSamplingMatrices(YUV400, false);
-    YUVImage img(f);
-    EXPECT_EQ(img.CFormat(), YUV400);
-    EXPECT_EQ(img.Width(U_COMP), 16);
-    EXPECT_EQ(img.Height(V_COMP), 8);
-    EXPECT_EQ(img.Clear(ALL_COMP), 10);   // never past the end of a chroma plane
-    EXPECT_EQ(img.U(15, 7), 128);
-    unsigned char buf[16 * 8];
-    EXPECT_EQ(img.CopyTo(buf, V_COMP), 15);
-    EXPECT_EQ(buf[127], 128);
-}
-
-TEST(YUVImagePixels, ColourPaintsTheCoveringChromaSample) {
-    YUVImage img(YUV420, 8, 8);
-    img(5, 3, YUVColor{11, 22}) = 200;
-    EXPECT_EQ(img.Y(5, 3), 200);
-    EXPECT_EQ(img.U(2, 1), 11);
-    EXPECT_EQ(img.V(2, 1), 22);
-
-    YUVImage img411(YUV411, 16, 2);
-    img411(9, 1, YUVColor{1, 2}) = 3;
-    EXPECT_EQ(img411.U(2, 1), 1);
-    EXPECT_EQ(img411.V(2, 1), 2);
-}
-
-TEST(YUVImageBounds, GetPixelReportsTwoLinesAndClamps) {
-    YUVImage img(YUV420, 16, 8);
-    FillRamp(img);
-    unsigned int v = 0;
-    const std::string out = Captured([&] { v = img.GetPixel(Y_COMP, -1, 3); });
-    EXPECT_EQ(out, "YUVImage: boundary overflow or underflow\ni = -1 j = 3\n");
-    EXPECT_EQ(v, img.GetArray(Y_COMP)[16 * 3 + 0]);
-}
-
-TEST(YUVImageBounds, AccessorsAddTheObjectAddress) {
-    YUVImage img(YUV420, 16, 8);
-    FillRamp(img);
-    unsigned char v = 0;
-    const std::string out = Captured([&] { v = img.Y(-1, 3); });
-    std::ostringstream expected;
-    expected << "YUVImage: boundary overflow or underflow\ni = -1 j = 3\n"
-             << static_cast<const void*>(&img) << "\n";
-    EXPECT_EQ(out, expected.str());
-    EXPECT_EQ(v, img.Y(0, 3));
-
-    const std::string high = Captured([&] { img.Y(16, 8) = 9; });
-    EXPECT_NE(high.find("i = 16 j = 8"), std::string::npos);
-    EXPECT_EQ(img.Y(15, 7), 9);
-    EXPECT_EQ(Captured([&] { img.Y(15, 7); }), "");
-}
-
-TEST(YUVImageBounds, ChromaIsClampedAgainstTheLuminanceSize) {
+TEST(YUVImageBounds, MessagesAndTheClampAgainstTheLuminanceSize) {
     YUVImage img(YUV420, 352, 288);
     FillRamp(img);
-    unsigned char v = 0;
-    const std::string out = Captured([&] { v = img.U(200, 10); });
-    EXPECT_NE(out.find("i = 200 j = 10"), std::string::npos);
-    // 200 lies inside the luminance width, so it is kept as it stands.
-    EXPECT_EQ(v, img.GetArray(U_COMP)[176 * 10 + 200]);
+    std::ostringstream address;
+    address << static_cast<const void*>(&img) << "\n";
+    const unsigned char* y = img.GetArray(Y_COMP);
     unsigned int g = 0;
-    Captured([&] { g = img.GetPixel(V_COMP, 400, -2); });
-    EXPECT_EQ(g, img.GetArray(V_COMP)[176 * 0 + 351]);
+    unsigned char v = 0;
+    EXPECT_EQ(Captured([&] { g = img.GetPixel(Y_COMP, -1, 3); }), kBounds + "i = -1 j = 3\n");
+    EXPECT_EQ(g, y[352 * 3]);
+    EXPECT_EQ(Captured([&] { v = img.Y(-1, 3); }), kBounds + "i = -1 j = 3\n" + address.str());
+    EXPECT_EQ(v, y[352 * 3]);
+    EXPECT_EQ(Captured([&] { img.Y(352, 288) = 9; }),
+              kBounds + "i = 352 j = 288\n" + address.str());
+    EXPECT_EQ(Captured([&] { v = img.Y(351, 287); }), "");
+    EXPECT_EQ(v, 9);
+    // U width is 176, but 200 lies inside the luminance width and is kept as it stands.
+    EXPECT_EQ(Captured([&] { v = img.U(200, 10); }), kBounds + "i = 200 j = 10\n" + address.str());
+    EXPECT_EQ(v, img.GetArray(U_COMP)[176 * 10 + 200]);
 }
 
-TEST(YUVImagePlanes, ClearFillAndStatusCodes) {
-    YUVImage img(YUV420, 6, 4);
-    EXPECT_EQ(img.Fill(9, ALL_COMP), 10);
-    EXPECT_EQ(img.Clear(ALL_COMP), 10);
-    EXPECT_EQ(img.Y(5, 3), 0);
-    EXPECT_EQ(img.U(2, 1), 128);
-    EXPECT_EQ(img.V(0, 0), 128);
-    EXPECT_EQ(img.Fill(42, V_COMP), 10);
-    EXPECT_EQ(img.V(1, 1), 42);
-    EXPECT_EQ(img.U(1, 1), 128);
-    EXPECT_EQ(img.Clear(static_cast<CompType>(4)), 6);
-    EXPECT_EQ(img.Fill(1, static_cast<CompType>(-1)), 6);
-    EXPECT_EQ(img.V(1, 1), 42);
-}
-
-TEST(YUVImagePlanes, BufferCopiesAndTheirCodes) {
+TEST(YUVImagePlanes, ClearFillBufferCopiesAndTheirCodes) {
     YUVImage img(YUV422, 6, 4);
+    for (int c = 0; c < 4; ++c) {   // Y to 0, U and V to 128, ALL_COMP all three
+        EXPECT_EQ(img.Fill(9, ALL_COMP), 10);
+        EXPECT_EQ(img.Clear(Comp(c)), 10);
+        for (int k = 0; k < 3; ++k)
+            EXPECT_EQ(img.GetPixel(Comp(k), 2, 3), c == k || c == 3 ? (k ? 128 : 0) : 9) << c << k;
+    }
+    EXPECT_EQ(img.Fill(42, V_COMP), 10);
+    EXPECT_EQ(img.U(2, 3), 128);
+    EXPECT_EQ(img.Clear(Comp(4)), 6);
+    EXPECT_EQ(img.Fill(1, Comp(-1)), 6);
+    EXPECT_EQ(img.V(2, 3), 42);
+
     FillRamp(img);
     unsigned char buf[24] = {};
     EXPECT_EQ(img.CopyTo(static_cast<unsigned char*>(nullptr), Y_COMP), 8);
     EXPECT_EQ(img.CopyTo(buf, ALL_COMP), 22);
     EXPECT_EQ(img.CopyTo(buf, U_COMP), 15);
     EXPECT_EQ(0, std::memcmp(buf, img.GetArray(U_COMP), 12));
-    for (unsigned char& b : buf) b = 5;
+    std::memset(buf, 5, sizeof buf);
     EXPECT_EQ(img.CopyFrom(static_cast<unsigned char*>(nullptr), V_COMP), 8);
-    EXPECT_EQ(img.CopyFrom(buf, static_cast<CompType>(7)), 22);
+    EXPECT_EQ(img.CopyFrom(buf, Comp(7)), 22);
     EXPECT_EQ(img.CopyFrom(buf, Y_COMP), 16);
     EXPECT_EQ(img.Y(5, 3), 5);
 }
 
 TEST(YUVImagePlanes, ImageCopiesAndTheAllComponentAsymmetry) {
-    YUVImage src(YUV420, 8, 6), dst(YUV420, 8, 6);
+    YUVImage src(YUV420, 8, 6), dst(YUV420, 8, 6), all(YUV420, 8, 6);
     FillRamp(src);
     EXPECT_EQ(src.CopyTo(dst, ALL_COMP), 25);
     EXPECT_EQ(dst.Y(3, 3), 0);   // ALL_COMP copies nothing
     EXPECT_EQ(src.CopyTo(dst, U_COMP), 25);
-    EXPECT_EQ(dst.U(3, 2), src.U(3, 2));
-    EXPECT_EQ(src.CopyTo(dst, static_cast<CompType>(5)), 22);
-    YUVImage all(YUV420, 8, 6);
+    EXPECT_EQ(0, std::memcmp(dst.GetArray(U_COMP), src.GetArray(U_COMP), 12));
+    EXPECT_EQ(src.CopyTo(dst, Comp(5)), 22);
     EXPECT_EQ(all.CopyFrom(src, ALL_COMP), 26);
-    for (int c = 0; c < 3; ++c) {
-        const CompType k = static_cast<CompType>(c);
-        EXPECT_EQ(0, std::memcmp(all.GetArray(k), src.GetArray(k),
-                                 static_cast<size_t>(src.Width(k) * src.Height(k))));
-    }
-    EXPECT_EQ(all.CopyFrom(src, static_cast<CompType>(4)), 22);
+    for (int c = 0; c < 3; ++c)
+        EXPECT_EQ(0, std::memcmp(all.GetArray(Comp(c)), src.GetArray(Comp(c)), c ? 12 : 48)) << c;
+    EXPECT_EQ(all.CopyFrom(src, Comp(4)), 22);
 }
 
 TEST(YUVImageAssignment, CopiesGeometryNeverPixels) {
-    YUVImage src(YUV422, 10, 6);
+    YUVImage src(YUV422, 10, 6), target(YUV420, 4, 4), hollow(YUV400, 0, 0);
     FillRamp(src);
     YUVImage copy(src);
-    EXPECT_EQ(copy.CFormat(), YUV422);
-    EXPECT_EQ(copy.Width(U_COMP), 5);
+    EXPECT_EQ(Geometry(copy), "1 10x6 5x6 5x6");
     EXPECT_EQ(copy.Y(3, 1), 0);
-
     // A target with planes keeps its own geometry and gets fresh planes.
-    YUVImage target(YUV420, 4, 4);
     target.Fill(99, ALL_COMP);
     target = src;
-    EXPECT_EQ(target.Width(Y_COMP), 4);
-    EXPECT_EQ(target.CFormat(), YUV420);
+    EXPECT_EQ(Geometry(target), "3 4x4 2x2 2x2");
     EXPECT_EQ(target.Y(1, 1), 0);
-
     // A plane-less image (its allocation failed) takes the source's geometry.
-    YUVImage hollow(YUV400, 0, 0);
     hollow = src;
-    EXPECT_EQ(hollow.Width(Y_COMP), 10);
-    EXPECT_EQ(hollow.CFormat(), YUV422);
+    EXPECT_EQ(Geometry(hollow), "1 10x6 5x6 5x6");
     EXPECT_EQ(hollow.U(4, 5), 0);
 }
