@@ -150,18 +150,13 @@ TEST_F(VidsFileOnDisk, OpenStatusCodes) {
 
 TEST_F(VidsFileOnDisk, FramesRoundTripThroughCopyAndMisfitsAreRefused) {
     std::vector<YUVImage> frames(3, YUVImage(YUV420, 24, 10));
-    {
-        VidsFile out;
-        Create(out, "s", YUV420, 24, 10);
-        for (int k = 0; k < 3; ++k) {
-            Texture(frames[k], k);
-            EXPECT_EQ(out.Write(frames[k], k), 18) << k;   // grows the file
-        }
+    VidsFile src, in;
+    Create(src, "s", YUV420, 24, 10);
+    for (int k = 0; k < 3; ++k) {
+        Texture(frames[k], k);
+        EXPECT_EQ(src.Write(frames[k], k), 18) << k;   // grows the file
     }
-    VidsFile src;
-    ASSERT_EQ(src.Open(Path("s"), OPEN_OLD), 0);
     VidsFile().Copy(src, Path("copy"), 1, 10);   // `last` beyond the end
-    VidsFile in;
     ASSERT_EQ(in.Open(Path("copy"), OPEN_OLD), 0);
     ASSERT_EQ(in.NumberOfImages(), 2);
     YUVImage got(in);
@@ -242,17 +237,13 @@ TEST_F(VidsFileOnDisk, SequencesRoundTrip) {
         Texture(*img, k + 3);
         ASSERT_EQ(seq.push_back(img), 18);
     }
-    {
-        VidsFile out;
-        Create(out, "s", YUV420, 16, 8);
-        ImageSequence empty(seq), wrong(YUV422, 16, 8, false, true, 25.0f, 1);
-        EXPECT_EQ(out.Write(empty), 19);
-        EXPECT_EQ(out.Write(wrong), 17);
-        EXPECT_EQ(out.Write(seq), 18);
-    }
     VidsFile in, none;
-    ASSERT_EQ(in.Open(Path("s"), OPEN_OLD), 0);
-    ImageSequence back(in), small(YUV420, 8, 8, false, true, 25.0f, 0);
+    Create(in, "s", YUV420, 16, 8);
+    ImageSequence empty(seq), wrong(YUV422, 16, 8, false, true, 25.0f, 1), back(in),
+        small(YUV420, 8, 8, false, true, 25.0f, 0);
+    EXPECT_EQ(in.Write(empty), 19);
+    EXPECT_EQ(in.Write(wrong), 17);
+    EXPECT_EQ(in.Write(seq), 18);
     EXPECT_EQ(in.Read(back), 18);
     ASSERT_EQ(back.NumberOfImages(), 3);
     for (int k = 0; k < 3; ++k)

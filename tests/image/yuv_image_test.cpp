@@ -38,7 +38,7 @@ void FillRamp(YUVImage& img) {
 
 }  // namespace
 
-TEST(YUVImageGeometry, ChromaSizesAndColourPaintingPerFormat) {
+TEST(YUVImageGeometry, ChromaSizesColourPaintingAndLuminanceOnlyPlanes) {
     // Each picture gets pixel (i, j) painted in colour; its chroma pair lands at chroma
     // index cn (-1: a luminance-only picture stores none) and every other sample stays 0.
     struct Case { ChromaFormat f; int w, h; const char* geometry; int i, j, cn; } cases[] = {
@@ -61,9 +61,7 @@ TEST(YUVImageGeometry, ChromaSizesAndColourPaintingPerFormat) {
                     << c.geometry << " plane " << k << " sample " << n;
     }
     EXPECT_EQ(Geometry(YUVImage()), "3 352x288 176x144 176x144");
-}
 
-TEST(YUVImageGeometry, LuminanceOnlyPlanes) {
     YUVImage mono(YUV400, 8, 4), empty(YUV400, 0, 5);
     mono(3, 2, RED) = 77;   // one-byte chroma planes, left alone
     EXPECT_EQ(mono.GetArray(U_COMP)[0] + mono.GetArray(V_COMP)[0], 0);
