@@ -47,39 +47,25 @@ long BaseImage::PlaneSize(int c) const {
     return static_cast<long>(width[c]) * height[c];
 }
 
-int BaseImage::FillPlane(int c, unsigned char value) {
+void BaseImage::FillPlane(int c, unsigned char value) {
     unsigned char* plane = GetArray(static_cast<CompType>(c));
     const long n = PlaneSize(c);
     if (plane && n > 0)
         std::memset(plane, value, static_cast<size_t>(n));
+}
+
+int BaseImage::FillPlanes(CompType c, unsigned char luma, unsigned char chroma) {
+    if (c < Y_COMP || c > ALL_COMP)
+        return 6;
+    for (int k = 0; k < 3; ++k)
+        if (c == ALL_COMP || c == k)
+            FillPlane(k, k == Y_COMP ? luma : chroma);
     return 10;
 }
 
-int BaseImage::Clear(CompType c) {
-    switch (c) {
-    case Y_COMP: return FillPlane(0, 0);
-    case U_COMP: return FillPlane(1, 128);
-    case V_COMP: return FillPlane(2, 128);
-    case ALL_COMP:
-        FillPlane(0, 0);
-        FillPlane(1, 128);
-        return FillPlane(2, 128);
-    default: return 6;
-    }
-}
+int BaseImage::Clear(CompType c) { return FillPlanes(c, 0, 128); }
 
-int BaseImage::Fill(unsigned char value, CompType c) {
-    switch (c) {
-    case Y_COMP:
-    case U_COMP:
-    case V_COMP: return FillPlane(c, value);
-    case ALL_COMP:
-        FillPlane(0, value);
-        FillPlane(1, value);
-        return FillPlane(2, value);
-    default: return 6;
-    }
-}
+int BaseImage::Fill(unsigned char value, CompType c) { return FillPlanes(c, value, value); }
 
 int BaseImage::CopyTo(unsigned char* buf, CompType c) {
     if (!buf)

@@ -42,7 +42,9 @@ public:
 protected:
     // Samples in plane c, as width[c] * height[c] (0 for an empty plane).
     long PlaneSize(int c) const;
-    int FillPlane(int c, unsigned char value);
+    void FillPlane(int c, unsigned char value);
+    // Y of the selected plane(s) to luma, U and V to chroma: 10, or 6 for a bad component.
+    int FillPlanes(CompType c, unsigned char luma, unsigned char chroma);
 
     unsigned char* y_data;
     unsigned char* u_data;

@@ -329,72 +329,54 @@ size_t VidsFile::FileSamples(int c) const {
     return nh > 0 && nv > 0 ? static_cast<size_t>(nh) * static_cast<size_t>(nv) : 0;
 }
 
-size_t VidsFile::BlockBufferSize(int c, int w, int h) const {
-    // The library moves file component c's whole plane, which is sized by the other
-    // chroma component's cached size when c is a chroma component: room for both.
-    return std::max(static_cast<size_t>(w) * static_cast<size_t>(h), FileSamples(c));
-}
-
-int VidsFile::Read(ImageBlock& b, int k) {
+int VidsFile::PrepareBlock(ImageBlock& b, BlockTransfer& t) const {
     const int c = b.ComponentType();
     if (c < Y_COMP || c > V_COMP || (OnlyY() && c != Y_COMP))
         return 22;
-    int use[3] = {0, 0, 0};
-    use[c] = 1;
     const int w = b.Width();
     const int h = b.Height();
     if (w < 1 || h < 1 || cached_width[c] < w || cached_height[c] < h)
         return 17;
-    std::vector<unsigned char> buf(BlockBufferSize(c, w, h));
-    unsigned char* p = buf.data();
-    int result;
-    if (cached_width[c] == w && cached_height[c] == h) {
-        result = Readvids(k, use, IMG_UBYTE, p, p, p, inf, kReadFlags);
-    } else {
-        int widths[3] = {0, 0, 0}, heights[3] = {0, 0, 0};
-        int hstart[3] = {0, 0, 0}, vstart[3] = {0, 0, 0};
-        widths[c] = w;
-        heights[c] = h;
-        hstart[c] = b.get_horizontal_min_extent();
-        vstart[c] = b.get_vertical_min_extent();
-        result = Readwinvids(k, use, IMG_UBYTE, p, p, p, inf, widths, heights, hstart, vstart,
-                             kReadFlags);
-    }
+    t.use[c] = 1;
+    t.wholePlane = cached_width[c] == w && cached_height[c] == h;
+    t.width[c] = w;
+    t.height[c] = h;
+    t.hstart[c] = b.get_horizontal_min_extent();
+    t.vstart[c] = b.get_vertical_min_extent();
+    // The library moves file component c's whole plane, which is sized by the other
+    // chroma component's cached size when c is a chroma component: room for both.
+    t.buf.assign(std::max(static_cast<size_t>(w) * static_cast<size_t>(h), FileSamples(c)), 0);
+    return 0;
+}
+
+int VidsFile::Read(ImageBlock& b, int k) {
+    BlockTransfer t;
+    if (const int refused = PrepareBlock(b, t))
+        return refused;
+    unsigned char* p = t.buf.data();
+    const int result =
+        t.wholePlane ? Readvids(k, t.use, IMG_UBYTE, p, p, p, inf, kReadFlags)
+                     : Readwinvids(k, t.use, IMG_UBYTE, p, p, p, inf, t.width, t.height,
+                                   t.hstart, t.vstart, kReadFlags);
     if (b.CopyFrom(p) != 24)
         return 17;
     return (result & 1) ? 1 : 18;
 }
 
 int VidsFile::Write(ImageBlock& b, int k) {
-    const int c = b.ComponentType();
-    if (c < Y_COMP || c > V_COMP || (OnlyY() && c != Y_COMP))
-        return 22;
-    int use[3] = {0, 0, 0};
-    use[c] = 1;
-    const int w = b.Width();
-    const int h = b.Height();
-    if (w < 1 || h < 1 || cached_width[c] < w || cached_height[c] < h)
-        return 17;
-    std::vector<unsigned char> buf(BlockBufferSize(c, w, h));
-    unsigned char* p = buf.data();
+    BlockTransfer t;
+    if (const int refused = PrepareBlock(b, t))
+        return refused;
+    unsigned char* p = t.buf.data();
     if (b.CopyTo(p) != 23)
         return 17;
-    int result;
-    if (cached_width[c] == w && cached_height[c] == h) {
-        result = Writevids(k, use, IMG_UBYTE, p, p, p, inf, kWriteFlags);
-    } else {
-        // A window of a frame that does not exist yet lands in a blank frame.
-        if (k > NumberOfImages() - 1)
-            WriteBlankFrame(k, use);
-        int widths[3] = {0, 0, 0}, heights[3] = {0, 0, 0};
-        int hstart[3] = {0, 0, 0}, vstart[3] = {0, 0, 0};
-        widths[c] = w;
-        heights[c] = h;
-        hstart[c] = b.get_horizontal_min_extent();
-        vstart[c] = b.get_vertical_min_extent();
-        result = Writewinvids(k, use, IMG_UBYTE, p, p, p, inf, widths, heights, hstart, vstart,
-                              kWriteFlags);
-    }
+    // A window of a frame that does not exist yet lands in a blank frame.
+    if (!t.wholePlane && k > NumberOfImages() - 1)
+        WriteBlankFrame(k, t.use);
+    const int result =
+        t.wholePlane ? Writevids(k, t.use, IMG_UBYTE, p, p, p, inf, kWriteFlags)
+                     : Writewinvids(k, t.use, IMG_UBYTE, p, p, p, inf, t.width, t.height,
+                                    t.hstart, t.vstart, kWriteFlags);
     return (result & 1) ? 1 : 18;
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "image/BaseVFile.h"
 #include "image/Types.h"
@@ -76,7 +77,17 @@ private:
     bool FitsCached(const BaseImage& img) const;
     void WriteBlankFrame(int k, const int use[3]);
     size_t FileSamples(int c) const;                      // samples of file component c
-    size_t BlockBufferSize(int c, int w, int h) const;    // room for a w x h block and plane c
+
+    // One block transfer: the file component, its selector, the buffer and the window.
+    struct BlockTransfer {
+        int use[3] = {0, 0, 0};
+        int width[3] = {0, 0, 0}, height[3] = {0, 0, 0};
+        int hstart[3] = {0, 0, 0}, vstart[3] = {0, 0, 0};
+        bool wholePlane = false;
+        std::vector<unsigned char> buf;
+    };
+    // 0 when b may be transferred (t filled in), else the status to return (22 or 17).
+    int PrepareBlock(ImageBlock& b, BlockTransfer& t) const;
 
     IMG_INF* inf;
 };
