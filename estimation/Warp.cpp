@@ -63,6 +63,18 @@ void WarpLuma(const LumaPlane& prev, const double* a, const LumaPlane& comp,
     }
 }
 
+// Sum of |a - b| over the W x H region at the origin; an integer sum, exact in any order.
+long long SumAbsDiff(const LumaPlane& a, const LumaPlane& b, int W, int H) {
+    long long sum = 0;
+    for (int y = 0; y < H; ++y) {
+        const unsigned char* p = a.Row(y);
+        const unsigned char* q = b.Row(y);
+        for (int x = 0; x < W; ++x)
+            sum += std::abs(p[x] - q[x]);
+    }
+    return sum;
+}
+
 }  // namespace
 
 void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, double* a,
@@ -137,14 +149,7 @@ double BinGlobalMotionEstimator::CriterionFunctionMAE(ormel::YUVImage& current,
     const int H = comp.height;
     if (!cur.Covers(W, H, "CriterionFunctionMAE", "current"))
         return 0.0;
-    long long sum = 0;
-    for (int y = 0; y < H; ++y) {
-        const unsigned char* c = cur.Row(y);
-        const unsigned char* p = comp.Row(y);
-        for (int x = 0; x < W; ++x)
-            sum += std::abs(p[x] - c[x]);
-    }
-    return static_cast<double>(sum) / (static_cast<double>(W) * H);
+    return static_cast<double>(SumAbsDiff(comp, cur, W, H)) / (static_cast<double>(W) * H);
 }
 
 int BinGlobalMotionEstimator::CriterionFunctionSAD(ormel::YUVImage& current, ormel::YUVImage& predict) {
@@ -154,14 +159,7 @@ int BinGlobalMotionEstimator::CriterionFunctionSAD(ormel::YUVImage& current, orm
     const int H = cur.height;
     if (!pred.Covers(W, H, "CriterionFunctionSAD", "predict"))
         return 0;
-    long long sum = 0;
-    for (int y = 0; y < H; ++y) {
-        const unsigned char* c = cur.Row(y);
-        const unsigned char* p = pred.Row(y);
-        for (int x = 0; x < W; ++x)
-            sum += std::abs(c[x] - p[x]);
-    }
-    return static_cast<int>(sum);
+    return static_cast<int>(SumAbsDiff(cur, pred, W, H));
 }
 
 double BinGlobalMotionEstimator::CriterionFunctionCMAE(ormel::YUVImage& current,

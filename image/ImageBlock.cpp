@@ -170,63 +170,48 @@ bool ImageBlock::WindowFits(BaseImage* img, int stride, int imin, int jmin) cons
     return false;
 }
 
+unsigned char* ImageBlock::WindowRow(CompType c, int r) const {
+    return image->GetArray(c) + static_cast<long>(plane_width) * (win_jmin + r) + win_imin;
+}
+
 int ImageBlock::Clear() {
-    if (!WindowFits(image, plane_width, win_imin, win_jmin))
+    if (!WindowFits())
         return 17;
     const unsigned char value = comp == Y_COMP ? 0 : 128;
-    const int w = Width();
-    const int h = Height();
-    unsigned char* plane = image->GetArray(comp);
-    for (int r = 0; r < h; ++r)
-        std::memset(plane + static_cast<long>(plane_width) * (win_jmin + r) + win_imin, value,
-                    static_cast<size_t>(w));
+    for (int r = 0; r < Height(); ++r)
+        std::memset(WindowRow(comp, r), value, static_cast<size_t>(Width()));
     return 11;
 }
 
 int ImageBlock::Copy(ImageBlock& src) {
-    if (!WindowFits(image, plane_width, win_imin, win_jmin) ||
-        !WindowFits(src.image, src.plane_width, src.win_imin, src.win_jmin))
+    // This block's window size, read from src's plane.
+    if (!WindowFits() || !WindowFits(src.image, src.plane_width, src.win_imin, src.win_jmin))
         return 17;
-    const int w = Width();
-    const int h = Height();
-    // The source plane is picked with this block's component.
-    const unsigned char* from = src.image->GetArray(comp);
-    unsigned char* to = image->GetArray(comp);
-    for (int r = 0; r < h; ++r) {
-        const unsigned char* s = from + static_cast<long>(src.plane_width) * (src.win_jmin + r) +
-                                 src.win_imin;
-        unsigned char* d = to + static_cast<long>(plane_width) * (win_jmin + r) + win_imin;
-        std::memmove(d, s, static_cast<size_t>(w));   // both windows may share a plane
-    }
+    // The source plane is picked with this block's component; both windows may share it.
+    for (int r = 0; r < Height(); ++r)
+        std::memmove(WindowRow(comp, r), src.WindowRow(comp, r), static_cast<size_t>(Width()));
     return 12;
 }
 
 int ImageBlock::CopyTo(unsigned char* buf) {
     if (!buf)
         return 8;
-    if (!WindowFits(image, plane_width, win_imin, win_jmin))
+    if (!WindowFits())
         return 17;
     const int w = Width();
-    const int h = Height();
-    const unsigned char* plane = image->GetArray(comp);
-    for (int r = 0; r < h; ++r)
-        std::memcpy(buf + static_cast<long>(r) * w,
-                    plane + static_cast<long>(plane_width) * (win_jmin + r) + win_imin,
-                    static_cast<size_t>(w));
+    for (int r = 0; r < Height(); ++r)
+        std::memcpy(buf + static_cast<long>(r) * w, WindowRow(comp, r), static_cast<size_t>(w));
     return 23;
 }
 
 int ImageBlock::CopyFrom(unsigned char* buf) {
     if (!buf)
         return 8;
-    if (!WindowFits(image, plane_width, win_imin, win_jmin))
+    if (!WindowFits())
         return 17;
     const int w = Width();
-    const int h = Height();
-    unsigned char* plane = image->GetArray(comp);
-    for (int r = 0; r < h; ++r)
-        std::memcpy(plane + static_cast<long>(plane_width) * (win_jmin + r) + win_imin,
-                    buf + static_cast<long>(r) * w, static_cast<size_t>(w));
+    for (int r = 0; r < Height(); ++r)
+        std::memcpy(WindowRow(comp, r), buf + static_cast<long>(r) * w, static_cast<size_t>(w));
     return 24;
 }
 

@@ -79,6 +79,9 @@ private:
     // True when this block's window, laid out with row stride `stride` from plane
     // position (imin, jmin), lies inside plane `comp` of img; else a message and false.
     bool WindowFits(BaseImage* img, int stride, int imin, int jmin) const;
+    bool WindowFits() const { return WindowFits(image, plane_width, win_imin, win_jmin); }
+    // Start of window row r in plane c of this block's image.
+    unsigned char* WindowRow(CompType c, int r) const;
 };
 
 }  // namespace ormel
