@@ -1,5 +1,7 @@
 // gme_demo: makes the demo sequence and reports how well gme recovered its motion.
-//   gme_demo render DIR [FRAMES]   writes DIR/input.des, DIR/input.pic and DIR/truth.txt
+//   gme_demo render DIR [FRAMES] [WxH]
+//                                  writes DIR/input.des, DIR/input.pic and DIR/truth.txt
+//                                  (30 frames of 352x288 unless told otherwise)
 //   gme_demo report DIR            reads DIR/gme.out (gme's standard output),
 //                                  DIR/mae_Bin.txt, DIR/input and DIR/truth.txt
 #include <cmath>
@@ -19,13 +21,14 @@ using namespace ormel;
 namespace {
 
 const int kWidth = 352, kHeight = 288;
+const int kMinSide = 16;   // room for the moving disc
 const double kGoodCornerError = 0.25;   // pixels
 
-int Render(const std::string& dir, int frames) {
-    demo::Scene scene(kWidth, kHeight);
+int Render(const std::string& dir, int frames, int width, int height) {
+    demo::Scene scene(width, height);
     VidsFile out;
-    out.SetWidth(kWidth);
-    out.SetHeight(kHeight);
+    out.SetWidth(width);
+    out.SetHeight(height);
     out.SetNumberOfImages(frames);
     out.SetFrameRate(25);
     out.SetSamplingMatrices(YUV420, false);
@@ -42,8 +45,8 @@ int Render(const std::string& dir, int frames) {
         std::fprintf(stderr, "gme_demo: cannot write %s/truth.txt\n", dir.c_str());
         return 1;
     }
-    std::printf("rendered %d frames of %dx%d 4:2:0 into %s/input (.des, .pic)\n", frames, kWidth,
-                kHeight, dir.c_str());
+    std::printf("rendered %d frames of %dx%d 4:2:0 into %s/input (.des, .pic)\n", frames, width,
+                height, dir.c_str());
     return 0;
 }
 
@@ -103,14 +106,26 @@ int Report(const std::string& dir) {
     return 0;
 }
 
+// "WxH" with both sides at least kMinSide.
+bool ParseSize(const char* text, int* width, int* height) {
+    char tail = 0;
+    return std::sscanf(text, "%dx%d%c", width, height, &tail) == 2 && *width >= kMinSide &&
+           *height >= kMinSide;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string cmd = argc > 1 ? argv[1] : "";
-    if (argc >= 3 && cmd == "render")
-        return Render(argv[2], argc > 3 ? std::atoi(argv[3]) : 30);
-    if (argc >= 3 && cmd == "report")
+    if (cmd == "render" && argc >= 3 && argc <= 5) {
+        const int frames = argc > 3 ? std::atoi(argv[3]) : 30;
+        int width = kWidth, height = kHeight;
+        if (frames >= 2 && (argc < 5 || ParseSize(argv[4], &width, &height)))
+            return Render(argv[2], frames, width, height);
+    }
+    if (cmd == "report" && argc == 3)
         return Report(argv[2]);
-    std::fprintf(stderr, "usage: gme_demo render DIR [FRAMES] | gme_demo report DIR\n");
+    std::fprintf(stderr, "usage: gme_demo render DIR [FRAMES] [WxH] | gme_demo report DIR\n"
+                         "  FRAMES at least 2, W and H at least %d\n", kMinSide);
     return 2;
 }
