@@ -12,6 +12,7 @@
 #ifndef BINGLOBALMOTIONESTIMATOR_H
 #define BINGLOBALMOTIONESTIMATOR_H
 
+#include <cstdio>
 #include <deque>
 #include <vector>
 
@@ -31,10 +32,15 @@ public:
     // input sequence; it supplies the chroma format of scratch images and must outlive
     // the estimator.
     BinGlobalMotionEstimator(int L, double E1, double E2, double P, ormel::VidsFile& SrcVFile);
+    // The same without a file: scratch images take `format` and the size of the frames
+    // they serve. The format costs memory only; no result depends on it.
+    BinGlobalMotionEstimator(int L, double E1, double E2, double P, ormel::ChromaFormat format);
     virtual ~BinGlobalMotionEstimator();
 
     // Drivers: leave the parameters of current against previous in `model`, update the
     // object mask and the error figure *err. EstimateFirst serves the first pair only.
+    // `accepted` tells afterwards whether `model` took the new estimate (EstimateFirst
+    // always does; Estimate keeps the last accepted model when the block count jumps).
     void EstimateFirst(ormel::YUVImage& current, ormel::YUVImage& previous, BinImage& binImage,
                        int* err);
     void Estimate(ormel::YUVImage& current, ormel::YUVImage& previous, BinImage& binaryObject,
@@ -107,7 +113,20 @@ public:
     double er2;                    // convergence bound on the linear increments
     double percent;                // outlier fraction for CalOutlier
     std::deque<std::vector<double>> previousParameters;   // accepted vectors, oldest first
-    ormel::VidsFile* srcVFile;     // not owned
+    ormel::VidsFile* srcVFile;     // not owned; null when made from a chroma format
+    ormel::ChromaFormat chromaFormat;   // of scratch images when there is no file
+    bool accepted;                 // the last EstimateFirst or Estimate took its estimate
+    // Where the estimate lines go ("| Final parameter ...", "Initial Conditions: ...",
+    // "Estimation failed for this frame!"): standard output unless changed; null prints
+    // nothing.
+    std::FILE* log;
+    // Settings of the object mask's motion detector and thresholder: the defaults
+    // black_level and LW_weight when the estimator was made.
+    int blackLevel;
+    float motionWeight;
+
+    // The chroma format of scratch images: the file's, or chromaFormat.
+    ormel::ChromaFormat ScratchFormat() const;
 };
 
 #endif

@@ -99,9 +99,10 @@ void Refine(int levels, double er1, double er2, double* a, Increment increment) 
     }
 }
 
-void PrintFinal(const double* a) {
-    std::printf("| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): %f %f %f %f %f %f \n",
-                a[0], a[1], a[2], a[3], a[4], a[5]);
+void PrintFinal(std::FILE* log, const double* a) {
+    if (log)
+        std::fprintf(log, "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): %f %f %f %f %f %f \n",
+                     a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
 }  // namespace
@@ -114,7 +115,7 @@ void BinGlobalMotionEstimator::UpdateParameters(double* a) {
 void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YUVImage& previous,
                                              BinImage& binImage, int* err) {
     const int levels = level < 1 ? 1 : level;
-    const ormel::ChromaFormat format = srcVFile->CFormat();
+    const ormel::ChromaFormat format = ScratchFormat();
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
     auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
     Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
@@ -130,8 +131,9 @@ void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YU
             CalOutlier(*prev[l], *curr[l], a, &thresh);
         MotionAadapt(*curr[l], *prev[l], thresh, a, da);
     });
-    PrintFinal(a);
+    PrintFinal(log, a);
 
+    accepted = true;
     UpdateParameters(a);
     previousParameters.push_back(model.getParameterVector());
     int blockErr = *err;
@@ -142,7 +144,7 @@ void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YU
 void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImage& previous,
                                         BinImage& binaryObject, int* err) {
     const int levels = level < 1 ? 1 : level;
-    const ormel::ChromaFormat format = srcVFile->CFormat();
+    const ormel::ChromaFormat format = ScratchFormat();
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
     auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
     Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
@@ -172,7 +174,7 @@ void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImag
     Refine(levels, er1, er2, a, [&](int l, bool, double* da) {
         MotionAadapt(*curr[l], *prev[l], *prevOb[l], a, da);
     });
-    PrintFinal(a);
+    PrintFinal(log, a);
 
     // Validation: a large relative change of the object-block count rejects the estimate.
     // preErr = 0 gives NaN (accepted) when the count stays 0, infinity (rejected) otherwise.
@@ -185,9 +187,14 @@ void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImag
     if (diffErr > kMaxErrorChange) {
         binaryObject = preObject;
         *err = static_cast<int>(0.7 * preErr + 0.3 * newErr);
-        std::cout << "Estimation failed for this frame!" << std::endl;
+        if (log) {
+            std::fputs("Estimation failed for this frame!\n", log);
+            std::fflush(log);
+        }
+        accepted = false;
         return;   // model and history keep the last accepted pair
     }
+    accepted = true;
     *err = newErr;
     UpdateParameters(a);
     if (static_cast<int>(previousParameters.size()) >= previousParametersCount)

@@ -35,13 +35,26 @@ const double kBlockQuantile = 0.6699999999999999;
 void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage& previous,
                                       double* a, BinImage& binImage, int* err) {
     BinImage tempImage(binImage);
-    ormel::YUVImage compImage(*srcVFile);
+    // Scratch frames shaped like the source sequence, or like current without a file.
+    auto scratch = [&]() {
+        return srcVFile ? ormel::YUVImage(*srcVFile)
+                        : ormel::YUVImage(chromaFormat, current.Width(ormel::Y_COMP),
+                                          current.Height(ormel::Y_COMP));
+    };
+    ormel::YUVImage compImage = scratch();
     Compensate(previous, a, compImage);
-    ormel::YUVImage diffImage(*srcVFile);
-    ormel::YUVImage maxImage(*srcVFile);
+    ormel::YUVImage diffImage = scratch();
+    ormel::YUVImage maxImage = scratch();
 
     TolvarMotionDetection detector(current, kWindowSize, kClipLevel, kGain, ormel::quiet);
+    if (detector.GetBlackLevel() != blackLevel) {
+        // The result buffer starts at the black level: refill it at this estimator's. The
+        // reference goes too, but the three-image averager below replaces it anyway.
+        detector.SetBlackLevel(blackLevel);
+        detector.BuffAlloc(current.Width(ormel::Y_COMP) * current.Height(ormel::Y_COMP));
+    }
     TolvarThrshold thresholder(diffImage, ormel::quiet);
+    thresholder.SetMotionWeight(motionWeight);
     Binarization binarizer(tempImage, ormel::quiet);
 
     detector.AbsoluteDifferenceAverager(current, compImage, diffImage);

@@ -54,7 +54,8 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
     int best = CoMin(saerr, kCandidates);
     a[0] = dx[best];
     a[3] = dy[best];
-    std::printf("Initial Conditions: a[0] = %f, a[3] = %f \n", a[0], a[3]);
+    if (log)
+        std::fprintf(log, "Initial Conditions: a[0] = %f, a[3] = %f \n", a[0], a[3]);
 
     // Linear-term stage: each candidate's linear part with the chosen translation, at
     // positions rounded to whole pixels.

@@ -49,7 +49,7 @@ int BinGlobalMotionEstimator::VerFilter(ormel::YUVImage& inputImage, ormel::YUVI
 }
 
 int BinGlobalMotionEstimator::GaussFilter(ormel::YUVImage& inputImage, ormel::YUVImage& outputImage) {
-    ormel::YUVImage half(srcVFile->CFormat(), inputImage.Width(ormel::Y_COMP) / 2,
+    ormel::YUVImage half(ScratchFormat(), inputImage.Width(ormel::Y_COMP) / 2,
                          inputImage.Height(ormel::Y_COMP));
     HorFilter(inputImage, half);
     VerFilter(half, outputImage);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "numeric/Fatal.h"
 #include "numeric/numeric.h"
 
 namespace {
@@ -62,6 +63,7 @@ void DeleteMatrix(T** m, int nrl, int nrh, int ncl) {
 }  // namespace
 
 void nrerror(std::string msg) {
+    numeric::ThrowIfAsked(msg);
     std::cout << "Numerical Recipes run-time error...\n" << std::endl;
     std::cout << msg << std::endl;
     std::cout << "...now exiting to system...\n" << std::endl;

@@ -23,7 +23,8 @@ int CoMin(int* vec, int n);
 // The k-th smallest of arr[1] .. arr[n] (one-based) by in-place partitioning; reorders arr.
 float sele(unsigned long k, unsigned long n, float* arr);
 
-// Prints the three-line fatal report with msg on standard output and exits with status 1.
+// Prints the three-line fatal report with msg on standard output and exits with status 1
+// (throws numeric::FatalError(msg) instead where the thread asked for it: numeric/Fatal.h).
 [[noreturn]] void nrerror(std::string msg);
 
 // Zero-filled vectors valid for [nl, nh]; fatal when memory runs out.

@@ -8,6 +8,8 @@
 #include <iostream>
 #include <new>
 
+#include "numeric/Fatal.h"
+
 namespace {
 
 const char kBadReadPosition[] =
@@ -27,6 +29,7 @@ unsigned char* NewBuffer(long long n, const char* failure) {
     if (n >= 0 && n <= INT_MAX)
         p = new (std::nothrow) unsigned char[static_cast<size_t>(n)]();
     if (!p) {
+        numeric::ThrowIfAsked("BinImage: out of memory for the image samples");
         Report(failure);
         std::exit(1);
     }

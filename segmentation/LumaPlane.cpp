@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iostream>
 
+#include "numeric/Fatal.h"
+
 namespace segmentation {
 
 long LumaSamples(ormel::BaseImage& img) {
@@ -38,6 +40,7 @@ void ReportSmallImage() {
 }
 
 void AllocationFailure() {
+    numeric::ThrowIfAsked("out of memory for the method buffers");
     std::cout << "\nFailed to allocate memory for one or more buffers!\n" << std::endl;
     std::exit(1);
 }

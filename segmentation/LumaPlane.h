@@ -23,7 +23,8 @@ bool StoreLuma(const unsigned char* src, int n, ormel::BaseImage& img);
 // Prints the refusal shared by the methods when an image is smaller than their buffers.
 void ReportSmallImage();
 
-// Prints the methods' allocation message and ends the process with status 1.
+// Prints the methods' allocation message and ends the process with status 1 (or throws
+// numeric::FatalError where the thread asked for it).
 [[noreturn]] void AllocationFailure();
 
 // A zero-filled array of n elements, or AllocationFailure() (also for a negative n).

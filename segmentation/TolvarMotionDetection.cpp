@@ -19,7 +19,7 @@ TolvarMotionDetection::TolvarMotionDetection(ormel::YUVImage& image, long window
       size(static_cast<int>(static_cast<long long>(width) * height)),
       halfBefore(windowSize / 2), halfAfter(windowSize - windowSize / 2),
       windowSize(windowSize), clipLevel(clipLevel), gain(gain), work(nullptr),
-      reference(nullptr), result(nullptr) {
+      reference(nullptr), result(nullptr), blackLevel(black_level) {
     BuffAlloc(size);
     if (!LoadLuma(image, reference, size))
         ReportSmallImage();
@@ -29,7 +29,7 @@ TolvarMotionDetection::TolvarMotionDetection(const TolvarMotionDetection& src)
     : BaseMethod(src), width(src.width), height(src.height), size(0),
       halfBefore(src.halfBefore), halfAfter(src.halfAfter), windowSize(src.windowSize),
       clipLevel(src.clipLevel), gain(src.gain), work(nullptr), reference(nullptr),
-      result(nullptr) {
+      result(nullptr), blackLevel(src.blackLevel) {
     BuffAlloc(src.size);
     if (size > 0)
         std::memcpy(reference, src.reference, static_cast<size_t>(size));
@@ -46,6 +46,7 @@ TolvarMotionDetection& TolvarMotionDetection::operator=(const TolvarMotionDetect
     windowSize = src.windowSize;
     clipLevel = src.clipLevel;
     gain = src.gain;
+    blackLevel = src.blackLevel;
     BuffAlloc(src.size);
     if (size > 0)
         std::memcpy(reference, src.reference, static_cast<size_t>(size));
@@ -203,7 +204,7 @@ bool TolvarMotionDetection::BuffAlloc(int n) {
     reference = NewMethodBuffer(n);
     result = NewMethodBuffer(n);
     if (n > 0)
-        std::memset(result, static_cast<unsigned char>(black_level), static_cast<size_t>(n));
+        std::memset(result, static_cast<unsigned char>(blackLevel), static_cast<size_t>(n));
     return true;
 }
 

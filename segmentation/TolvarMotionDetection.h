@@ -3,7 +3,8 @@
 // The window of (x, y) spans offsets -before .. after - 1 in each direction, with
 // before = windowSize / 2 and after = windowSize - before: centred for odd sizes.
 // Only the interior (x in [before, width - before), y likewise) is computed; the border
-// of the result keeps what it held, which starts as `black_level` and is never written.
+// of the result keeps what it held, which starts as the object's black level and is never
+// written.
 // The two-image averager compares against a stored reference frame: the image given at
 // construction, or the last second image of the three-image form.
 #ifndef SEGMENTATION_TOLVARMOTIONDETECTION_H
@@ -12,7 +13,8 @@
 #include "image/YUVImage.h"
 #include "segmentation/BaseMethod.h"
 
-// Initial value of every sample of the result buffer.
+// Initial value of every sample of the result buffer: the default black level that each
+// new object takes; an object's own is changed with SetBlackLevel.
 extern int black_level;
 
 class TolvarMotionDetection : public BaseMethod {
@@ -34,10 +36,15 @@ public:
                                             ormel::YUVImage& out);
     // out = gain * min(windowed max of in, clipLevel), kept to 8 bits (wraps, no saturation).
     virtual bool MaxFilter(ormel::YUVImage& in, ormel::YUVImage& out);
-    // Replaces the three buffers by ones of n bytes, the result filled with black_level.
+    // Replaces the three buffers by ones of n bytes, the result filled with the black level.
     virtual bool BuffAlloc(int n);
     // Releases the buffers: true; "Nothing to free!" and false when there are none.
     virtual bool BuffFree();
+
+    // This object's black level (black_level when it was made); a change shows in the
+    // result buffer from the next BuffAlloc.
+    int GetBlackLevel() const { return blackLevel; }
+    void SetBlackLevel(int level) { blackLevel = level; }
 
 private:
     bool CanRun() const;     // reports and refuses an empty window or outgrown buffers
@@ -55,6 +62,7 @@ private:
     unsigned char* work;
     unsigned char* reference;
     unsigned char* result;
+    int blackLevel;
 };
 
 #endif

@@ -32,14 +32,15 @@ TolvarThrshold::TolvarThrshold(ormel::YUVImage& image, ormel::Verbose verbose)
     : BaseMethod(8, "TolvarThrshold", verbose), width(image.Width(ormel::Y_COMP)),
       height(image.Height(ormel::Y_COMP)),
       size(static_cast<int>(static_cast<long long>(width) * height)), buffer(nullptr), Ts(0),
-      previousAdaptive(0), raisedThreshold(0), baseThreshold(0), adaptiveThreshold(0) {
+      previousAdaptive(0), raisedThreshold(0), baseThreshold(0), adaptiveThreshold(0),
+      motionWeight(LW_weight) {
     BuffAlloc(size);
 }
 
 TolvarThrshold::TolvarThrshold(const TolvarThrshold& src)
     : BaseMethod(src), width(src.width), height(src.height), size(0), buffer(nullptr), Ts(0),
       previousAdaptive(src.previousAdaptive), raisedThreshold(0), baseThreshold(0),
-      adaptiveThreshold(0) {
+      adaptiveThreshold(0), motionWeight(src.motionWeight) {
     BuffAlloc(src.size);
 }
 
@@ -51,6 +52,7 @@ TolvarThrshold& TolvarThrshold::operator=(const TolvarThrshold& src) {
     height = src.height;
     BuffAlloc(src.size);
     previousAdaptive = src.previousAdaptive;
+    motionWeight = src.motionWeight;
     return *this;
 }
 
@@ -128,7 +130,7 @@ unsigned char TolvarThrshold::TolvarAdaptiveThresholder(float motion, unsigned i
                                                         unsigned int middle,
                                                         unsigned int high) {
     // Product in single precision; the rounding term is added in double.
-    const float weighted = LW_weight * motion;
+    const float weighted = motionWeight * motion;
     const double lifted = 0.5 + weighted;
     if (!(lifted > static_cast<double>(INT_MIN) - 1.0 &&
           lifted < static_cast<double>(INT_MAX) + 1.0)) {

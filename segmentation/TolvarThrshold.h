@@ -12,7 +12,8 @@
 #include "image/YUVImage.h"
 #include "segmentation/BaseMethod.h"
 
-// Weight of the motion term of the adaptive threshold.
+// Weight of the motion term of the adaptive threshold: the default that each new object
+// takes; an object's own weight is changed with SetMotionWeight.
 extern float LW_weight;
 
 class TolvarThrshold : public BaseMethod {
@@ -29,7 +30,7 @@ public:
     // method's size, or the buffer no longer fits the image size: a message, 0, and Ts
     // unchanged.
     virtual unsigned char TolvarThresholder(ormel::YUVImage& image);
-    // max(previous result, base(Ts; low, middle, high) + round(LW_weight * motion)), 8 bits.
+    // max(previous result, base(Ts; low, middle, high) + round(weight * motion)), 8 bits.
     // A motion whose weighted value is not a finite int: a message, the previous result.
     virtual unsigned char TolvarAdaptiveThresholder(float motion, unsigned int low,
                                                     unsigned int middle, unsigned int high);
@@ -37,6 +38,10 @@ public:
     virtual bool BuffAlloc(int n);
     // Releases the buffer: true; "Nothing to free!" and false when there is none.
     virtual bool BuffFree();
+
+    // This object's weight of the motion term (LW_weight when it was made).
+    float GetMotionWeight() const { return motionWeight; }
+    void SetMotionWeight(float w) { motionWeight = w; }
 
 private:
     int width;
@@ -48,6 +53,7 @@ private:
     unsigned char raisedThreshold;
     unsigned char baseThreshold;
     unsigned char adaptiveThreshold;
+    float motionWeight;
 };
 
 #endif
