@@ -6,32 +6,15 @@
 // as many frames as INPUT). Progress, timings and the MAE of every pair go to standard
 // output; the MAEs also go to "mae_Bin.txt" in the working directory.
 #include <cstdio>
-#include <ctime>
+#include <cstring>
 #include <iostream>
 #include <string>
 
-#include "estimation/BinGlobalMotionEstimator.h"
+#include "gme/SequenceEstimator.h"
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
-#include "motion/GlobalMotionCompensator.h"
-#include "motion/MotionModel.h"
-#include "segmentation/BinImage.h"
 
 using namespace ormel;
-
-namespace {
-
-// Fixed tuning of the estimator: pyramid levels, convergence bounds on the translation
-// and on the linear terms, share of outlier pixels.
-const int kLevels = 3;
-const double kEr1 = 0.1;
-const double kEr2 = 0.005;
-const double kPercent = 0.1;
-
-// The platform's clock ticks per second, written as a literal as the timings expect.
-const double kClocksPerSecond = 1000000.0;
-
-}  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 3) {
@@ -55,48 +38,36 @@ int main(int argc, char** argv) {
 
     FILE* maeLog = std::fopen("mae_Bin.txt", "w");
 
-    YUVImage current(input);
-    YUVImage previous(input);
+    YUVImage frame(input);
     YUVImage compensated(output);
-    BinImage binaryObject(output, 1, 0, 255, quiet);
-    MotionModel model;
-    BinGlobalMotionEstimator estimator(kLevels, kEr1, kEr2, kPercent, input);
-    GlobalMotionCompensator compensator(model);
-    int err = 0;
+    gme::Settings settings;
+    settings.log = stdout;
+    settings.exitOnFatalError = true;
+    gme::SequenceEstimator estimator(settings);
+    const int W = input.Width(), H = input.Height();
+    auto push = [&](int n) {
+        input.Read(frame, n);
+        return estimator.push(frame.GetArray(Y_COMP), frame.Width(Y_COMP), frame.Height(Y_COMP),
+                              frame.Width(Y_COMP));
+    };
 
-    // First pair: no history and no object mask yet.
-    std::cout << "processing frame: " << 1 << "......" << std::endl;
-    input.Read(current, 1);
-    input.Read(previous, 0);
-    estimator.EstimateFirst(current, previous, binaryObject, &err);
-    model = estimator.GetModel();
-    compensator.SetModel(model);
-    double mae = compensator.CompensateWithMAE(previous, current, compensated, 100);
-    output.Write(compensated, 0);
-    output.Write(compensated, 1);
-    std::cout << "MAE: " << mae << std::endl;
-    if (maeLog)
-        std::fprintf(maeLog, "%f ", mae);
-
-    for (int n = 2; n < frames; ++n) {
+    for (int n = 1; n < frames; ++n) {
         std::cout << "processing frame: " << n << "......" << std::endl;
-        input.Read(current, n);
-        input.Read(previous, n - 1);
-        const std::clock_t t1 = std::clock();
-        estimator.Estimate(current, previous, binaryObject, &err);
-        const std::clock_t t2 = std::clock();
-        model = estimator.GetModel();
-        compensator.SetModel(model);
-        mae = compensator.CompensateWithMAE(previous, current, compensated, 100);
-        const std::clock_t t3 = std::clock();
+        if (n == 1)
+            push(0);
+        const gme::PairResult r = *push(n);
+        std::memcpy(compensated.GetArray(Y_COMP), estimator.Compensated(),
+                    static_cast<size_t>(W) * H);
+        if (n == 1)
+            output.Write(compensated, 0);
         output.Write(compensated, n);
-        std::cout << "Compensator time " << static_cast<double>(t3 - t2) / kClocksPerSecond
-                  << std::endl;
-        std::cout << "Estimator time " << static_cast<double>(t2 - t1) / kClocksPerSecond
-                  << std::endl;
-        std::cout << "MAE: " << mae << std::endl;
+        if (n > 1) {
+            std::cout << "Compensator time " << r.compensatorSeconds << std::endl;
+            std::cout << "Estimator time " << r.estimatorSeconds << std::endl;
+        }
+        std::cout << "MAE: " << r.mae << std::endl;
         if (maeLog)
-            std::fprintf(maeLog, "%f ", mae);
+            std::fprintf(maeLog, "%f ", r.mae);
     }
 
     std::cout << "done" << std::endl;
