@@ -7,7 +7,7 @@ CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 
 DEMO_DIR   ?= out/demo
 
-.PHONY: all build test asan-test bench demo clean
+.PHONY: all build test asan-test bench-build bench demo clean
 
 all: build
 
@@ -27,9 +27,11 @@ asan-test:
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(BUILD_ASAN) --output-on-failure --no-tests=error -j $(JOBS)
 
-bench:
+bench-build:
 	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DGME_BENCH=ON -DGME_TESTS=OFF
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
+
+bench: bench-build
 	@for b in $$(find $(BUILD_BENCH)/bench -type f -perm -u+x -name '*_bench'); do echo "== $$b"; $$b; done
 
 # Renders a 30-frame 352x288 sequence with known camera motion and a moving object, runs
