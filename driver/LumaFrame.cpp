@@ -5,23 +5,20 @@
 
 namespace driver {
 
-LumaFrame::LumaFrame(const ormel::BaseVFile& file)
-    : ormel::BaseImage(file),
-      luma(static_cast<size_t>(width[0] > 0 ? width[0] : 0) *
-           static_cast<size_t>(height[0] > 0 ? height[0] : 0)) {
-    y_data = luma.data();
-}
+LumaFrame::LumaFrame(const ormel::BaseVFile& file) : ormel::BaseImage(file) {}
+
+LumaFrame::~LumaFrame() { y_data = nullptr; }   // not ours
 
 unsigned int LumaFrame::GetPixel(ormel::CompType c, int i, int j) const {
-    if (c != ormel::Y_COMP || i < 0 || j < 0 || i >= width[0] || j >= height[0])
+    if (c != ormel::Y_COMP || !y_data || i < 0 || j < 0 || i >= width[0] || j >= height[0])
         return 0;
-    return luma[static_cast<size_t>(j) * width[0] + i];
+    return y_data[static_cast<size_t>(j) * width[0] + i];
 }
 
 unsigned char* LumaFrame::GetPixelAddr(ormel::CompType c, int i, int j) {
-    if (c != ormel::Y_COMP || i < 0 || j < 0 || i >= width[0] || j >= height[0])
+    if (c != ormel::Y_COMP || !y_data || i < 0 || j < 0 || i >= width[0] || j >= height[0])
         return nullptr;
-    return &luma[static_cast<size_t>(j) * width[0] + i];
+    return &y_data[static_cast<size_t>(j) * width[0] + i];
 }
 
 int LumaFrame::Width(ormel::CompType c) const { return c >= 0 && c <= 2 ? width[c] : 0; }
@@ -29,7 +26,7 @@ int LumaFrame::Height(ormel::CompType c) const { return c >= 0 && c <= 2 ? heigh
 ormel::ChromaFormat LumaFrame::CFormat() const { return cformat; }
 
 unsigned char* LumaFrame::GetArray(ormel::CompType c) {
-    return c == ormel::Y_COMP ? luma.data() : nullptr;
+    return c == ormel::Y_COMP ? y_data : nullptr;
 }
 
 }  // namespace driver

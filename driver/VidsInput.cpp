@@ -62,12 +62,11 @@ void VidsInput::DescribeOutput(ormel::VidsFile& out) {
 FrameInput::Result VidsInput::Next(unsigned char* luma, std::string* error) {
     if (next >= description.samples)
         return Result::kEnd;
+    frame->Attach(luma);
     if (file.Read(*frame, static_cast<int>(next)) != kTransferred) {
         *error = files.pic + ": frame " + std::to_string(next) + " could not be read";
         return Result::kError;
     }
-    std::memcpy(luma, frame->Luma(),
-                static_cast<size_t>(description.width) * static_cast<size_t>(description.height));
     ++next;
     return Result::kSample;
 }

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include "driver/FrameInput.h"
 
@@ -55,8 +54,7 @@ bool VidsOutput::Create(FrameInput& input, std::string* error) {
 }
 
 bool VidsOutput::Write(const unsigned char* luma, std::string* error) {
-    std::memcpy(frame->Luma(), luma,
-                static_cast<size_t>(frame->LumaWidth()) * static_cast<size_t>(frame->LumaHeight()));
+    frame->Attach(const_cast<unsigned char*>(luma));   // written, never changed
     if (file.Write(*frame, static_cast<int>(written)) != kTransferred) {
         *error = files.pic + ": frame " + std::to_string(written) + " could not be written";
         return false;
