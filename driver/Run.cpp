@@ -157,14 +157,9 @@ int Run(const Options& o) {
         if (o.progress)
             statistics.ShowProgress(stderr, false);
 
-        if (Pending()) {
-            const int sig = Pending();
-            stop(std::string("interrupted by ") + SignalName(sig) + " after frame " +
-                 std::to_string(n) + "; " + o.output + " holds the " +
-                 std::to_string(output->Written()) + " frames written");
-            return 128 + sig;
-        }
-        const FrameInput::Result next = read(&error);
+        FrameInput::Result next = FrameInput::Result::kEnd;
+        if (!Pending())
+            next = read(&error);
         if (Pending()) {
             const int sig = Pending();
             stop(std::string("interrupted by ") + SignalName(sig) + " after frame " +
