@@ -105,8 +105,10 @@ int Run(const Options& o) {
     };
     for (int k = 0; k < 2; ++k) {
         const FrameInput::Result r = read(&error);
-        if (Pending())
+        if (Pending()) {
+            Fail(std::string("interrupted by ") + SignalName(Pending()) + "; nothing written");
             return 128 + Pending();
+        }
         if (r == FrameInput::Result::kError)
             return Fail(error);
         if (r == FrameInput::Result::kEnd)
@@ -131,10 +133,19 @@ int Run(const Options& o) {
 
     const long pairs = input->Count() >= 0 ? input->Count() - 1 : -1;
     RunStatistics statistics(pairs);
-    auto stop = [&](const std::string& message) {
+    // Ends the run early: status 1, or 128 + the signal when interrupted.
+    auto stop = [&](long n, const std::string& message) {
         output->Abandon();
         logs.Close(&logs.ignored);
-        return Fail(message);
+        if (o.progress)
+            std::fputc('\n', stderr);   // below the progress line
+        const int sig = Pending();
+        if (sig == 0)
+            return Fail(message);
+        Fail(std::string("interrupted by ") + SignalName(sig) + " after frame " +
+             std::to_string(n) + "; " + o.output + " holds the " +
+             std::to_string(output->Written()) + " frames written");
+        return 128 + sig;
     };
     for (long n = 1;; ++n) {
         if (lines.stream)
@@ -142,7 +153,7 @@ int Run(const Options& o) {
         const gme::PairResult r = *estimator.push(sample.data(), width, height, width);
         for (int copies = n == 1 ? 2 : 1; copies > 0; --copies)
             if (!output->Write(estimator.Compensated(), &error))
-                return stop(Pending() ? std::string("interrupted by ") + SignalName(Pending()) : error);
+                return stop(n - 1, error);
         if (lines.stream) {
             if (n > 1) {
                 *lines.stream << "Compensator time " << r.compensatorSeconds << std::endl;
@@ -157,18 +168,9 @@ int Run(const Options& o) {
         if (o.progress)
             statistics.ShowProgress(stderr, false);
 
-        FrameInput::Result next = FrameInput::Result::kEnd;
-        if (!Pending())
-            next = read(&error);
-        if (Pending()) {
-            const int sig = Pending();
-            stop(std::string("interrupted by ") + SignalName(sig) + " after frame " +
-                 std::to_string(n) + "; " + o.output + " holds the " +
-                 std::to_string(output->Written()) + " frames written");
-            return 128 + sig;
-        }
-        if (next == FrameInput::Result::kError)
-            return stop(error);
+        const FrameInput::Result next = Pending() ? FrameInput::Result::kEnd : read(&error);
+        if (Pending() || next == FrameInput::Result::kError)
+            return stop(n, error);
         if (next == FrameInput::Result::kEnd)
             break;
     }
