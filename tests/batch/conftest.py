@@ -3,11 +3,13 @@ import subprocess
 
 import pytest
 
-try:
-    found = subprocess.run(["parallel", "--version"], capture_output=True, text=True)
-    gnu = found.stdout.startswith("GNU parallel")
-except OSError:
-    gnu = False
-if not gnu:
-    pytest.exit("skipped: GNU parallel is missing (Debian: apt-get install parallel)",
-                returncode=77)
+
+def pytest_configure(config):
+    try:
+        found = subprocess.run(["parallel", "--version"], capture_output=True, text=True)
+        gnu = found.stdout.startswith("GNU parallel")
+    except OSError:
+        gnu = False
+    if not gnu:
+        pytest.exit("skipped: GNU parallel is missing (Debian: apt-get install parallel)",
+                    returncode=77)
