@@ -1,14 +1,14 @@
 // RawReader: headerless planar frames, Y then U then V, 8 bits, one after the other.
 // The file says nothing about itself: its geometry comes from the caller. A stream that
 // ends inside a frame is an error; a stream that turns out to be YUV4MPEG2 is refused.
-#ifndef VIDSTOOL_RAWREADER_H
-#define VIDSTOOL_RAWREADER_H
+#ifndef Y4M_RAWREADER_H
+#define Y4M_RAWREADER_H
 
 #include <vector>
 
-#include "tools/vidstool/FrameSource.h"
+#include "y4m/FrameSource.h"
 
-namespace vidstool {
+namespace y4m {
 
 // True when data (n bytes) begins with the YUV4MPEG2 signature.
 bool HasY4mSignature(const unsigned char* data, size_t n);
@@ -22,6 +22,6 @@ private:
     std::vector<unsigned char> buffer;   // one whole frame as it lies in the file
 };
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

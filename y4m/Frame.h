@@ -3,15 +3,15 @@
 // luminance sizes (a 5 x 3 picture in 4:2:0 has 3 x 2 chroma planes), which is also how
 // the vids library counts the samples of a chroma lattice. A luminance-only frame has
 // empty chroma planes.
-#ifndef VIDSTOOL_FRAME_H
-#define VIDSTOOL_FRAME_H
+#ifndef Y4M_FRAME_H
+#define Y4M_FRAME_H
 
 #include <cstddef>
 #include <vector>
 
 #include "image/Types.h"
 
-namespace vidstool {
+namespace y4m {
 
 // Plane sizes of component c (0 Y, 1 U, 2 V) of a width x height picture in format f,
 // one of YUV400, YUV420, YUV422, YUV444.
@@ -35,6 +35,6 @@ struct Frame {
     int Height(int c) const { return PlaneHeight(format, height, c); }
 };
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

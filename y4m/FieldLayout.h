@@ -7,13 +7,14 @@
 // A field of a frame with an odd number of rows (luma or chroma) gets one row more than
 // its lines: the vids lattice gives every field ceil(rows / 2) rows. That row repeats
 // the frame's last row and is dropped again when the field goes back into a frame.
-#ifndef VIDSTOOL_FIELDLAYOUT_H
-#define VIDSTOOL_FIELDLAYOUT_H
+#ifndef Y4M_FIELDLAYOUT_H
+#define Y4M_FIELDLAYOUT_H
 
 #include "image/BaseImage.h"
-#include "tools/vidstool/Frame.h"
+#include "y4m/Frame.h"
+#include "y4m/Rational.h"
 
-namespace vidstool {
+namespace y4m {
 
 enum class FieldOrder { kProgressive, kTopFirst, kBottomFirst };
 
@@ -27,6 +28,19 @@ int SamplesPerFrame(FieldOrder o);            // 1 or 2
 int FieldParity(FieldOrder o, int field);
 // The YUV4MPEG2 interlacing letter: p, t or b.
 char InterlaceLetter(FieldOrder o);
+// Time samples per second at a frame rate (fields when interlaced), as the float that a
+// vids record keeps.
+float SampleFrequency(const Rational& frameRate, FieldOrder o);
+
+// Rows of one plane's time sample: frameRows when progressive, else (frameRows + 1) / 2.
+int SampleRows(FieldOrder o, int frameRows);
+// Copies the rows of a width x frameRows plane that its field-th time sample holds into
+// sample (rows width apart, SampleRows of them, a short field's filler row included).
+void SplitPlane(const unsigned char* frame, int width, int frameRows, FieldOrder o, int field,
+                unsigned char* sample);
+// The inverse: puts the rows of the field-th time sample back into the frame's plane.
+void WeavePlane(const unsigned char* sample, int width, int frameRows, FieldOrder o, int field,
+                unsigned char* frame);
 
 // Copies the part of f held by its field-th time sample into sample, whose planes are
 // sized as the sequence's time samples are. false (nothing copied) when the sizes do
@@ -35,6 +49,6 @@ bool FrameToSample(const Frame& f, FieldOrder o, int field, ormel::BaseImage& sa
 // The inverse: puts the field-th time sample of a frame back into f.
 bool SampleToFrame(ormel::BaseImage& sample, FieldOrder o, int field, Frame& f);
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

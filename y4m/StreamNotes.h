@@ -6,16 +6,16 @@
 //   y4m_interlace   the I value
 //   y4m_extension   one X value each
 // The field order itself is not a note: it is the sequence's sampling lattice.
-#ifndef VIDSTOOL_STREAMNOTES_H
-#define VIDSTOOL_STREAMNOTES_H
+#ifndef Y4M_STREAMNOTES_H
+#define Y4M_STREAMNOTES_H
 
 #include <string>
 #include <vector>
 
-#include "tools/vidstool/SequenceDescription.h"
-#include "tools/vidstool/Y4mHeader.h"
+#include "y4m/SequenceDescription.h"
+#include "y4m/Y4mHeader.h"
 
-namespace vidstool {
+namespace y4m {
 
 // Adds the notes of h (its rate, interlacing, aspect, colour space and extensions) to d.
 // Returns, one phrase each, the notes that did not fit into the description.
@@ -25,6 +25,10 @@ std::vector<std::string> StoreNotes(const Y4mHeader& h, SequenceDescription& d);
 // d has no valid frame_rate.
 Y4mHeader LoadNotes(const SequenceDescription& d);
 
-}  // namespace vidstool
+// The exact frame rate of a sequence whose frame rate reads `reported` (positive): the
+// one kept in the notes when it still agrees, else the likeliest N:D of the value.
+Rational RateOfSequence(const Y4mHeader& notes, double reported);
+
+}  // namespace y4m
 
 #endif

@@ -3,16 +3,16 @@
 // p, t, b, m or ?), A (pixel aspect N:D), C (colour space) and X (free extensions),
 // ended by a line feed. Only 8-bit 4:2:0, 4:2:2, 4:4:4 and mono colour spaces are
 // accepted; a missing C means 420jpeg.
-#ifndef VIDSTOOL_Y4MHEADER_H
-#define VIDSTOOL_Y4MHEADER_H
+#ifndef Y4M_Y4MHEADER_H
+#define Y4M_Y4MHEADER_H
 
 #include <string>
 #include <vector>
 
 #include "image/Types.h"
-#include "tools/vidstool/Rational.h"
+#include "y4m/Rational.h"
 
-namespace vidstool {
+namespace y4m {
 
 // Largest width and height accepted from any input.
 constexpr int kMaxPictureSize = 16384;
@@ -36,12 +36,12 @@ bool ParseY4mHeader(const std::string& line, Y4mHeader* h, std::string* error);
 // The header line, line feed included: W, H, F, then I, A, C when set, then each X.
 std::string FormatY4mHeader(const Y4mHeader& h);
 
-// Chroma format of a C value; false for colour spaces this tool does not handle.
+// Chroma format of a C value; false for colour spaces beyond 8-bit 4:2:0, 4:2:2, 4:4:4 and mono.
 bool ChromaFromColorspace(const std::string& c, ormel::ChromaFormat* f);
 
 // The C value written for a format when the input's own is not known.
 const char* DefaultColorspace(ormel::ChromaFormat f);
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

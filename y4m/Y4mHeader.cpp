@@ -1,10 +1,10 @@
 // Y4mHeader: parsing and writing of the YUV4MPEG2 stream header.
-#include "tools/vidstool/Y4mHeader.h"
+#include "y4m/Y4mHeader.h"
 
 #include <cstring>
 #include <sstream>
 
-namespace vidstool {
+namespace y4m {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::string FormatY4mHeader(const Y4mHeader& h) {
     return s + "\n";
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -1,7 +1,29 @@
 // FrameSource: the plane reading shared by the raw and YUV4MPEG2 readers.
-#include "tools/vidstool/FrameSource.h"
+#include "y4m/FrameSource.h"
 
-namespace vidstool {
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+namespace y4m {
+
+std::istream* OpenInput(const std::string& name, std::ifstream* file, std::string* error) {
+    if (name == "-")
+        return &std::cin;
+    struct stat st;
+    if (stat(name.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+        *error = "is a directory";
+        return nullptr;
+    }
+    file->open(name, std::ios::binary);
+    if (!file->is_open()) {
+        *error = std::strerror(errno);
+        return nullptr;
+    }
+    return file;
+}
 
 FrameSource::FrameSource(std::istream& in, ormel::ChromaFormat f, int width, int height)
     : in(in), format(f), width(width), height(height) {}
@@ -29,4 +51,4 @@ std::string FrameSource::Truncated(size_t got) const {
            " of " + std::to_string(FrameBytes(format, width, height)) + " bytes)";
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -1,9 +1,9 @@
 // Y4mWriter: YUV4MPEG2 header and frames.
-#include "tools/vidstool/Y4mWriter.h"
+#include "y4m/Y4mWriter.h"
 
 #include <string>
 
-namespace vidstool {
+namespace y4m {
 
 bool WriteY4mHeader(std::ostream& out, const Y4mHeader& h) {
     const std::string line = FormatY4mHeader(h);
@@ -20,4 +20,4 @@ bool WriteY4mFrame(std::ostream& out, const Frame& f) {
     return out.good();
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -1,7 +1,7 @@
 // Y4mReader: YUV4MPEG2 stream header and frames.
-#include "tools/vidstool/Y4mReader.h"
+#include "y4m/Y4mReader.h"
 
-namespace vidstool {
+namespace y4m {
 
 namespace {
 
@@ -30,7 +30,9 @@ Line ReadLine(std::istream& in, std::string* line) {
 Y4mReader::Y4mReader(std::istream& in, const Y4mHeader& h)
     : FrameSource(in, h.format, h.width, h.height), header(h) {}
 
-std::unique_ptr<Y4mReader> Y4mReader::Open(std::istream& in, std::string* error) {
+std::unique_ptr<Y4mReader> Y4mReader::Open(std::istream& in, std::string* error, bool* foreign) {
+    if (foreign != nullptr)
+        *foreign = false;
     std::string line;
     const Line got = ReadLine(in, &line);
     if (got == Line::kEmpty) {
@@ -38,7 +40,9 @@ std::unique_ptr<Y4mReader> Y4mReader::Open(std::istream& in, std::string* error)
         return nullptr;
     }
     if (line.compare(0, 9, "YUV4MPEG2") != 0) {
-        *error = "not a YUV4MPEG2 stream (for raw planar video give --size WxH)";
+        *error = "not a YUV4MPEG2 stream";
+        if (foreign != nullptr)
+            *foreign = true;
         return nullptr;
     }
     if (got != Line::kOk) {
@@ -77,4 +81,4 @@ ReadResult Y4mReader::Next(Frame& f, std::string* error) {
     return ReadResult::kFrame;
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -1,12 +1,12 @@
 // Rational: parsing and formatting of N:D ratios and rates.
-#include "tools/vidstool/Rational.h"
+#include "y4m/Rational.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <numeric>
 
-namespace vidstool {
+namespace y4m {
 
 namespace {
 
@@ -95,4 +95,4 @@ bool RateAgrees(const Rational& r, double reported) {
     return std::fabs(r.Value() - reported) <= 1e-4 * std::max(1.0, reported);
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -2,12 +2,12 @@
 // Rates travel as N:D so that 30000:1001 comes back as 30000:1001; a rate that exists
 // only as a float (the vids record's frequency) is turned back into the N:D it most
 // likely was by RationalFromRate.
-#ifndef VIDSTOOL_RATIONAL_H
-#define VIDSTOOL_RATIONAL_H
+#ifndef Y4M_RATIONAL_H
+#define Y4M_RATIONAL_H
 
 #include <string>
 
-namespace vidstool {
+namespace y4m {
 
 struct Rational {
     long long num = 0;
@@ -35,6 +35,6 @@ Rational RationalFromRate(double rate);
 // perhaps halved from a field rate).
 bool RateAgrees(const Rational& r, double reported);
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

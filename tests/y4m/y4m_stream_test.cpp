@@ -1,4 +1,4 @@
-// The pieces of vidstool that need no files: rates, YUV4MPEG2 headers, the frame readers
+// The y4m pieces that need no files: rates, YUV4MPEG2 headers, the frame readers
 // on in-memory streams and the mapping of frames onto time samples.
 #include <gtest/gtest.h>
 
@@ -7,14 +7,14 @@
 #include <vector>
 
 #include "image/BaseImage.h"
-#include "tools/vidstool/FieldLayout.h"
-#include "tools/vidstool/RawReader.h"
-#include "tools/vidstool/Rational.h"
-#include "tools/vidstool/Y4mHeader.h"
-#include "tools/vidstool/Y4mReader.h"
-#include "VidstoolFixture.h"
+#include "y4m/FieldLayout.h"
+#include "y4m/RawReader.h"
+#include "y4m/Rational.h"
+#include "y4m/Y4mHeader.h"
+#include "y4m/Y4mReader.h"
+#include "tests/y4m/StreamDir.h"
 
-using namespace vidstool;
+using namespace y4m;
 
 TEST(Rate, ParsesRatiosAndDecimalsExactly) {
     const struct { const char* text; long long num, den; } good[] = {
@@ -91,7 +91,7 @@ TEST(Y4mHeaderText, RefusesMalformedHeaders) {
 }
 
 TEST(Y4mStream, ReportsWhereAStreamBreaks) {
-    const std::string good = VidstoolDir::Y4m("W4 H2 F25:1 Cmono", ormel::YUV400, 4, 2, 2);
+    const std::string good = StreamDir::Y4m("W4 H2 F25:1 Cmono", ormel::YUV400, 4, 2, 2);
     const size_t header = good.find('\n') + 1;
     const struct { std::string bytes; const char* error; } bad[] = {
         {good.substr(0, good.size() - 3), "frame 1 is truncated (5 of 8 bytes)"},
@@ -119,17 +119,17 @@ TEST(Y4mStream, ReportsWhereAStreamBreaks) {
 }
 
 TEST(RawStream, NeedsWholeFramesAndNoSignature) {
-    const vidstool::Frame a = VidstoolDir::Pattern(ormel::YUV422, 3, 2, 0);
-    std::istringstream in(VidstoolDir::Planes(a) + "xy");
+    const y4m::Frame a = StreamDir::Pattern(ormel::YUV422, 3, 2, 0);
+    std::istringstream in(StreamDir::Planes(a) + "xy");
     RawReader r(in, ormel::YUV422, 3, 2);
     Frame f;
     std::string error;
     ASSERT_EQ(r.Next(f, &error), ReadResult::kFrame);
-    EXPECT_EQ(VidstoolDir::Planes(f), VidstoolDir::Planes(a));
+    EXPECT_EQ(StreamDir::Planes(f), StreamDir::Planes(a));
     EXPECT_EQ(r.Next(f, &error), ReadResult::kError);
     EXPECT_EQ(error, "frame 1 is truncated (2 of 14 bytes): the input is not a whole number of 3x2 4:2:2 frames");
 
-    std::istringstream y4m("YUV4MPEG2 W3 H2 F25:1 C422\nFRAME\n" + VidstoolDir::Planes(a));
+    std::istringstream y4m("YUV4MPEG2 W3 H2 F25:1 C422\nFRAME\n" + StreamDir::Planes(a));
     RawReader wrong(y4m, ormel::YUV422, 3, 2);
     EXPECT_EQ(wrong.Next(f, &error), ReadResult::kError);
     EXPECT_EQ(error, "this is a YUV4MPEG2 stream, not raw video; leave out --size and --format");
@@ -175,7 +175,7 @@ private:
 TEST(Fields, SplitByParityAndWeaveBack) {
     for (int h : {8, 6, 5, 2, 1}) {
         for (FieldOrder o : {FieldOrder::kTopFirst, FieldOrder::kBottomFirst}) {
-            const Frame frame = VidstoolDir::Pattern(ormel::YUV420, 6, h, 3);
+            const Frame frame = StreamDir::Pattern(ormel::YUV420, 6, h, 3);
             const int chromaRows = (h + 1) / 2;
             Frame woven(ormel::YUV420, 6, h);
             for (int field = 0; field < 2; ++field) {
@@ -195,9 +195,9 @@ TEST(Fields, SplitByParityAndWeaveBack) {
                 }
                 ASSERT_TRUE(SampleToFrame(sample, o, field, woven));
             }
-            EXPECT_EQ(VidstoolDir::Planes(woven), VidstoolDir::Planes(frame)) << "h " << h;
+            EXPECT_EQ(StreamDir::Planes(woven), StreamDir::Planes(frame)) << "h " << h;
         }
     }
     FieldImage wrong(6, 3, 3, 3);
-    EXPECT_FALSE(FrameToSample(VidstoolDir::Pattern(ormel::YUV420, 6, 6, 0), FieldOrder::kTopFirst, 0, wrong));
+    EXPECT_FALSE(FrameToSample(StreamDir::Pattern(ormel::YUV420, 6, 6, 0), FieldOrder::kTopFirst, 0, wrong));
 }

@@ -2,16 +2,21 @@
 // geometry. Next fills a Frame (reshaping it when needed) and tells a picture, the clean
 // end of the input, or an error (the reason in *error, a phrase to follow the input's
 // name). After an error or the end nothing more is read.
-#ifndef VIDSTOOL_FRAMESOURCE_H
-#define VIDSTOOL_FRAMESOURCE_H
+#ifndef Y4M_FRAMESOURCE_H
+#define Y4M_FRAMESOURCE_H
 
+#include <fstream>
 #include <istream>
 #include <string>
 
 #include "image/Types.h"
-#include "tools/vidstool/Frame.h"
+#include "y4m/Frame.h"
 
-namespace vidstool {
+namespace y4m {
+
+// The input called `name`: standard input for "-", else the file, opened into *file.
+// null with *error, a phrase to follow the name, when it cannot be read.
+std::istream* OpenInput(const std::string& name, std::ifstream* file, std::string* error);
 
 enum class ReadResult { kFrame, kEnd, kError };
 
@@ -40,6 +45,6 @@ protected:
     int frames = 0;   // frames delivered so far
 };
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

@@ -1,7 +1,7 @@
 // StreamNotes: YUV4MPEG2 header values as vids user variables.
-#include "tools/vidstool/StreamNotes.h"
+#include "y4m/StreamNotes.h"
 
-namespace vidstool {
+namespace y4m {
 
 namespace {
 
@@ -46,4 +46,10 @@ Y4mHeader LoadNotes(const SequenceDescription& d) {
     return h;
 }
 
-}  // namespace vidstool
+Rational RateOfSequence(const Y4mHeader& notes, double reported) {
+    if (notes.hasRate && RateAgrees(notes.rate, reported))
+        return notes.rate;
+    return RationalFromRate(reported);
+}
+
+}  // namespace y4m

@@ -1,11 +1,11 @@
 // SequenceDescription: the description record of a vids sequence, read from and written
-// back to its ".des" file through the vids C API, apart from any open sequence. This is
-// how the tool keeps what the vids lattice cannot say (the exact frame rate, the pixel
-// aspect, the original colour-space tag) in the record's user variables, and how it
-// checks a sequence before opening it. Never Save a sequence that is open elsewhere in
+// back to its ".des" file through the vids C API, apart from any open sequence. The
+// record's user variables keep what the vids lattice cannot say (the exact frame rate,
+// the pixel aspect, the original colour-space tag), and a sequence can be checked
+// before it is opened. Never Save a sequence that is open elsewhere in
 // the process: that record would write its own description over this one.
-#ifndef VIDSTOOL_SEQUENCEDESCRIPTION_H
-#define VIDSTOOL_SEQUENCEDESCRIPTION_H
+#ifndef Y4M_SEQUENCEDESCRIPTION_H
+#define Y4M_SEQUENCEDESCRIPTION_H
 
 #include <cstdint>
 #include <string>
@@ -13,7 +13,7 @@
 
 struct IMG_INF;
 
-namespace vidstool {
+namespace y4m {
 
 // The two files of sequence `name`, named as the vids library names them: extension cut
 // off, "~" and environment references expanded, then ".des" and ".pic".
@@ -22,6 +22,11 @@ struct SequenceFiles {
     std::string pic;
 };
 SequenceFiles FilesOf(const std::string& name);
+
+// The temporal frequency that a record set to freq holds after its description has been
+// written and read back once: the text keeps four decimals, so 30000/1001 (29.97002997)
+// comes back as 29.9700.
+float FrequencyThroughDescription(float freq);
 
 // Checks that both files of an existing sequence are there and readable; false with
 // *error ("NAME.des: ...") otherwise.
@@ -63,6 +68,6 @@ private:
     IMG_INF* inf;
 };
 
-}  // namespace vidstool
+}  // namespace y4m
 
 #endif

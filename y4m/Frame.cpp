@@ -1,7 +1,7 @@
 // Frame: plane geometry of the supported chroma formats.
-#include "tools/vidstool/Frame.h"
+#include "y4m/Frame.h"
 
-namespace vidstool {
+namespace y4m {
 
 int PlaneWidth(ormel::ChromaFormat f, int width, int c) {
     if (c == 0)
@@ -48,4 +48,4 @@ Frame::Frame(ormel::ChromaFormat f, int w, int h) : format(f), width(w), height(
         plane[c].assign(static_cast<size_t>(Width(c)) * static_cast<size_t>(Height(c)), 0);
 }
 
-}  // namespace vidstool
+}  // namespace y4m

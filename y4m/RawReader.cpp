@@ -1,9 +1,9 @@
 // RawReader: whole frames of raw planar video.
-#include "tools/vidstool/RawReader.h"
+#include "y4m/RawReader.h"
 
 #include <cstring>
 
-namespace vidstool {
+namespace y4m {
 
 bool HasY4mSignature(const unsigned char* data, size_t n) {
     static const char kSignature[] = "YUV4MPEG2 ";
@@ -42,4 +42,4 @@ ReadResult RawReader::Next(Frame& f, std::string* error) {
     return ReadResult::kFrame;
 }
 
-}  // namespace vidstool
+}  // namespace y4m

@@ -1,5 +1,5 @@
 // SequenceDescription: description files through the vids C API.
-#include "tools/vidstool/SequenceDescription.h"
+#include "y4m/SequenceDescription.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
+#include <new>
 
 #include "vids/vids.h"
 
-namespace vidstool {
+namespace y4m {
 
 namespace {
 
@@ -53,6 +53,32 @@ SequenceFiles FilesOf(const std::string& name) {
     strpext(buf.data());
     const std::string base = expenv(buf.data());
     return SequenceFiles{base + ".des", base + ".pic"};
+}
+
+float FrequencyThroughDescription(float freq) {
+    SequenceDescription written, read;
+    Img_set_freq(written.Record(), 2, freq);
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* out = open_memstream(&text, &size);
+    if (out == nullptr)
+        throw std::bad_alloc();
+    written.Record()->stream = out;
+    put_info(written.Record(), 0);
+    written.Record()->stream = nullptr;
+    std::fclose(out);
+    FILE* in = fmemopen(text, size, "r");
+    if (in == nullptr) {
+        std::free(text);
+        throw std::bad_alloc();
+    }
+    read.Record()->stream = in;
+    const int failed = get_info(read.Record(), 0);
+    read.Record()->stream = nullptr;
+    std::fclose(in);
+    std::free(text);
+    // The text was written from a valid record a moment ago: get_info cannot refuse it.
+    return failed == 0 ? Img_get_freq(read.Record(), 2) : freq;
 }
 
 bool CheckReadable(const std::string& name, std::string* error) {
@@ -160,4 +186,4 @@ void SequenceDescription::SetComments(const std::string& text) {
     Img_set_comments(inf, text.c_str());
 }
 
-}  // namespace vidstool
+}  // namespace y4m
