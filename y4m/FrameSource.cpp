@@ -3,11 +3,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
 
 namespace y4m {
+
+namespace {
+
+constexpr size_t kGrowth = size_t{1} << 20;   // bytes a plane grows by while it is read
+
+}  // namespace
 
 std::istream* OpenInput(const std::string& name, std::ifstream* file, std::string* error) {
     if (name == "-")
@@ -31,17 +38,30 @@ FrameSource::FrameSource(std::istream& in, ormel::ChromaFormat f, int width, int
 FrameSource::~FrameSource() = default;
 
 bool FrameSource::ReadPlanes(Frame& f, size_t* got) {
-    if (f.format != format || f.width != width || f.height != height)
-        f = Frame(format, width, height);
+    if (f.format != format || f.width != width || f.height != height) {
+        f.format = format;
+        f.width = width;
+        f.height = height;
+        for (std::vector<unsigned char>& p : f.plane)
+            p.clear();
+    }
     *got = 0;
     for (int c = 0; c < 3; ++c) {
         std::vector<unsigned char>& p = f.plane[c];
-        if (p.empty())
-            continue;
-        in.read(reinterpret_cast<char*>(p.data()), static_cast<std::streamsize>(p.size()));
-        *got += static_cast<size_t>(in.gcount());
-        if (static_cast<size_t>(in.gcount()) != p.size())
-            return false;
+        const size_t size = static_cast<size_t>(f.Width(c)) * static_cast<size_t>(f.Height(c));
+        // A new plane grows with the bytes that arrive: a header may announce a picture
+        // of 800 MB that the stream never delivers.
+        for (size_t have = 0; have < size;) {
+            const size_t want = std::min(size - have, kGrowth);
+            if (p.size() < have + want)
+                p.resize(have + want);
+            in.read(reinterpret_cast<char*>(p.data() + have), static_cast<std::streamsize>(want));
+            const size_t n = static_cast<size_t>(in.gcount());
+            have += n;
+            *got += n;
+            if (n != want)
+                return false;
+        }
     }
     return true;
 }

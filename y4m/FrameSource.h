@@ -33,8 +33,9 @@ public:
     int FramesRead() const { return frames; }
 
 protected:
-    // Reads the planes of one frame into f after reshaping it. false when the input ends
-    // first: *got holds the bytes that were there.
+    // Reads the planes of one frame into f, reshaping it to this source's frames. false
+    // when the input ends first: *got holds the bytes that were there, and f's planes are
+    // only as large as the data that came (memory follows the data, not the header).
     bool ReadPlanes(Frame& f, size_t* got);
     std::string Truncated(size_t got) const;   // "frame N is truncated (X of Y bytes)"
 

@@ -1,7 +1,8 @@
 // The luminance reader and writer that gme uses, held against vidstool: the reader
 // delivers the time samples, and describes the sequence, exactly as a VidsFile opened on
 // `vidstool import` of the same stream reads them; the writer writes the bytes that
-// `vidstool export` writes of the same samples held as a luminance-only sequence.
+// `vidstool export` writes of the same samples held as a luminance-only sequence; an
+// imported sequence names the rate and field order that its export writes.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -14,6 +15,7 @@
 #include "tools/vidstool/Commands.h"
 #include "y4m/SequenceReader.h"
 #include "y4m/SequenceWriter.h"
+#include "y4m/Y4mHeader.h"
 
 namespace {
 
@@ -82,6 +84,22 @@ TEST_P(Contract, ReaderAndWriterMatchImportAndExport) {
     EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0) << a << " against " << b;
     EXPECT_EQ(described.Interlaced(), imported.Interlaced());
     EXPECT_EQ(described.CFormat(), imported.CFormat());
+
+    // The stream that the imported sequence exports as: its rate and field order.
+    vidstool::ExportOptions plain;
+    plain.input = Path("seq");
+    plain.output = Path("plain.y4m");
+    ASSERT_EQ(vidstool::RunExport(plain), 0);
+    const std::string plainText = Read("plain.y4m");
+    const std::string head = plainText.substr(0, plainText.find('\n'));
+    y4m::Y4mHeader h;
+    ASSERT_TRUE(y4m::ParseY4mHeader(head, &h, &error)) << error;
+    y4m::LumaStream s;
+    ASSERT_TRUE(y4m::LumaStreamOfSequence(Path("seq"), imported, &s, &error)) << error;
+    EXPECT_EQ(s.width, h.width);
+    EXPECT_EQ(s.height, h.height);
+    EXPECT_EQ(s.rate.ToString(), h.rate.ToString());
+    EXPECT_EQ(y4m::InterlaceLetter(s.order), h.interlace == 'm' ? 'p' : h.interlace);
 
     // gme's output of those samples as a vids sequence, exported with the input's rate
     // and field order, against the writer's stream.

@@ -111,6 +111,17 @@ TEST(Y4mStream, ReportsWhereAStreamBreaks) {
         EXPECT_EQ(res, ReadResult::kError) << b.error;
         EXPECT_EQ(error, b.error);
     }
+    // Found by fuzzing: a header announcing the largest picture made the reader take
+    // 805 MB before the first byte of the frame; memory now follows the data.
+    std::istringstream huge("YUV4MPEG2 W16384 H16384 F1:1 C444\nFRAME\nxx");
+    std::string error;
+    std::unique_ptr<Y4mReader> r = Y4mReader::Open(huge, &error);
+    ASSERT_TRUE(r) << error;
+    Frame f;
+    EXPECT_EQ(r->Next(f, &error), ReadResult::kError);
+    EXPECT_EQ(error, "frame 0 is truncated (2 of 805306368 bytes)");
+    EXPECT_LE(f.plane[0].capacity() + f.plane[1].capacity() + f.plane[2].capacity(), size_t{1} << 20);
+
     for (const auto& head : {std::string(""), std::string("YUV4MPEG2 W4 H2"), std::string("\x00\x01rawdata", 9)}) {
         std::istringstream in(head);
         std::string error;
