@@ -9,7 +9,8 @@
 // Describe gives an unopened ormel::VidsFile the settings that a VidsFile opened on the
 // imported sequence reports: width, height (of a frame), chroma format, interlacing,
 // the frame rate after the description file's four decimals, and the number of time
-// samples read so far (the whole count once NextLuma has reported the end).
+// samples read so far (the whole count once NextLuma has reported the end; before the
+// first sample the count is left as it is).
 #ifndef Y4M_SEQUENCEREADER_H
 #define Y4M_SEQUENCEREADER_H
 
