@@ -5,6 +5,7 @@
 #define DRIVER_FRAMEOUTPUT_H
 
 #include <string>
+#include <vector>
 
 namespace driver {
 
@@ -14,6 +15,9 @@ class FrameOutput {
 public:
     virtual ~FrameOutput() = default;
 
+    // Before anything is created: the output can be made, and replaces none of
+    // inputFiles. false with *error.
+    virtual bool Check(const std::vector<std::string>& inputFiles, std::string* error) = 0;
     // Creates the output for samples shaped like input's. false with *error.
     virtual bool Create(FrameInput& input, std::string* error) = 0;
     // Appends one sample (the input's size, rows its width apart). false with *error.

@@ -17,6 +17,8 @@
 #include "driver/SequenceFiles.h"
 #include "driver/VidsInput.h"
 #include "driver/VidsOutput.h"
+#include "driver/Y4mInput.h"
+#include "driver/Y4mOutput.h"
 #include "gme/SequenceEstimator.h"
 
 namespace driver {
@@ -69,6 +71,19 @@ struct Logs {
     std::string ignored;
 };
 
+std::unique_ptr<FrameInput> OpenInput(const std::string& name, std::string* error) {
+    if (IsY4mName(name)) {
+        auto input = std::make_unique<Y4mInput>(name);
+        if (input->Open(error))
+            return input;
+    } else {
+        auto input = std::make_unique<VidsInput>(name);
+        if (input->Open(error))
+            return input;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 int Run(const Options& o) {
@@ -76,17 +91,23 @@ int Run(const Options& o) {
     std::string error;
 
     // Input and outputs, checked before anything is created.
-    std::unique_ptr<VidsInput> vidsInput = std::make_unique<VidsInput>(o.input);
-    if (!vidsInput->Open(&error))
+    std::unique_ptr<FrameInput> input = OpenInput(o.input, &error);
+    if (!input)
         return Fail(error);
-    std::unique_ptr<FrameInput> input = std::move(vidsInput);
-    auto vidsOutput = std::make_unique<VidsOutput>(o.output);
-    if (!vidsOutput->Check(&static_cast<VidsInput&>(*input).Files(), &error))
+    std::unique_ptr<FrameOutput> output;
+    if (IsY4mName(o.output))
+        output = std::make_unique<Y4mOutput>(o.output);
+    else
+        output = std::make_unique<VidsOutput>(o.output);
+    if (!output->Check(input->Files(), &error) || !CheckCreatable(kMaeLog, &error))
         return Fail(error);
-    std::unique_ptr<FrameOutput> output = std::move(vidsOutput);
-    if (!CheckCreatable(kMaeLog, &error) || (!o.motion.empty() && o.motion != "-" &&
-                                             !CheckCreatable(o.motion, &error)))
-        return Fail(error);
+    if (!o.motion.empty() && o.motion != "-") {
+        if (!CheckCreatable(o.motion, &error))
+            return Fail(error);
+        for (const std::string& in : input->Files())
+            if (SameFile(o.motion, in))
+                return Fail(o.motion + ": would replace the input; give another name");
+    }
 
     const Lines lines = LinesFor(o);
     gme::Settings settings;
@@ -112,7 +133,7 @@ int Run(const Options& o) {
         if (r == FrameInput::Result::kError)
             return Fail(error);
         if (r == FrameInput::Result::kEnd)
-            return Fail(o.input + ": holds " + std::to_string(k) + " frame" + (k == 1 ? "" : "s") +
+            return Fail(o.input + ": holds " + std::to_string(k) + (k == 1 ? " frame" : " frames") +
                         "; gme needs at least two");
         if (k == 0)
             estimator.push(sample.data(), width, height, width);

@@ -7,28 +7,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <vector>
 
 #include "vids/vids.h"
 
 namespace driver {
 
 namespace {
-
-constexpr int kDescriptionOnly = 0x200 | 7;   // read the .des only, quietly
-
-struct RecordDeleter {
-    void operator()(IMG_INF* inf) const { Img_INF_free(inf); }
-};
-using Record = std::unique_ptr<IMG_INF, RecordDeleter>;
-
-Record NewRecord() {
-    IMG_INF* inf = nullptr;
-    if (!Img_INF_alloc(&inf))
-        throw std::bad_alloc();
-    return Record(inf);
-}
 
 std::string DirectoryOf(const std::string& path) {
     const size_t slash = path.rfind('/');
@@ -39,17 +23,15 @@ std::string DirectoryOf(const std::string& path) {
 
 std::string Reason(const std::string& path, int err) { return path + ": " + std::strerror(err); }
 
-}  // namespace
-
-SequenceFiles FilesOf(const std::string& name) {
-    // As Openvids: the record keeps at most IMG_FNAME_LEN - 1 characters of the name.
-    std::vector<char> buf(name.begin(), name.end());
-    buf.resize(IMG_FNAME_LEN - 1);
-    buf.push_back('\0');
-    strpext(buf.data());
-    const std::string base = expenv(buf.data());
-    return SequenceFiles{base + ".des", base + ".pic"};
+// Bytes of one time sample in the data file: the three padded component blocks.
+int64_t RecordBytes(const IMG_INF* inf) {
+    int64_t blocks[3], samples[3];
+    int itemSize = 0, bits = 0;
+    cal_physize(inf, blocks, samples, &itemSize, &bits);
+    return blocks[0] + blocks[1] + blocks[2];
 }
+
+}  // namespace
 
 bool SameFile(const std::string& a, const std::string& b) {
     if (a == b)
@@ -105,52 +87,36 @@ bool CheckCreatable(const std::string& path, std::string* error) {
 }
 
 bool ReadDescription(const std::string& name, Description* d, std::string* error) {
-    Record inf = NewRecord();
-    const std::string des = FilesOf(name).des;
-    if (Openvids(name.c_str(), inf.get(), "old", kDescriptionOnly) != 0) {
-        *error = des + ": not a readable vids description";
+    y4m::SequenceDescription description;
+    const IMG_INF* inf = description.Record();
+    if (!description.Load(name)) {
+        *error = FilesOf(name).des + ": not a readable vids description";
         return false;
     }
-    if (!Img_check_comp_exists(inf.get(), 0)) {
-        *error = des + ": the sequence has no luminance component";
+    if (!Img_check_comp_exists(inf, 0)) {
+        *error = FilesOf(name).des + ": the sequence has no luminance component";
         return false;
     }
-    d->width = Img_get_nb_h(inf.get(), 0);
-    d->height = Img_get_nb_v(inf.get(), 0);
-    d->samples = Img_get_nb_t(inf.get(), 0);
-    int64_t blocks[3], samples[3];
-    int itemSize = 0, bits = 0;
-    cal_physize(inf.get(), blocks, samples, &itemSize, &bits);
-    d->recordBytes = blocks[0] + blocks[1] + blocks[2];
+    d->width = Img_get_nb_h(inf, 0);
+    d->height = Img_get_nb_v(inf, 0);
+    d->samples = Img_get_nb_t(inf, 0);
+    d->recordBytes = RecordBytes(inf);
     return true;
 }
 
 bool ShortenSequence(const std::string& name, long samples, std::string* error) {
-    Record inf = NewRecord();
-    const SequenceFiles files = FilesOf(name);
-    if (Openvids(name.c_str(), inf.get(), "old", kDescriptionOnly) != 0) {
-        *error = files.des + ": cannot be read back";
+    y4m::SequenceDescription description;
+    if (!description.Load(name)) {
+        *error = FilesOf(name).des + ": cannot be read back";
         return false;
     }
-    int64_t blocks[3], count[3];
-    int itemSize = 0, bits = 0;
-    cal_physize(inf.get(), blocks, count, &itemSize, &bits);
-    const int64_t bytes = static_cast<int64_t>(samples) * (blocks[0] + blocks[1] + blocks[2]);
-    Img_set_size(inf.get(), 2, static_cast<int>(samples));
-    FILE* f = std::fopen(files.des.c_str(), "w");
-    if (!f) {
-        *error = Reason(files.des, errno);
+    const int64_t recordBytes = RecordBytes(description.Record());
+    Img_set_size(description.Record(), 2, static_cast<int>(samples));
+    if (!description.Save(name, error))
         return false;
-    }
-    inf->stream = f;
-    const bool written = put_info(inf.get(), 0) == 0;
-    inf->stream = nullptr;
-    if (std::fclose(f) != 0 || !written) {
-        *error = files.des + ": cannot be rewritten";
-        return false;
-    }
-    if (truncate(files.pic.c_str(), bytes) != 0) {
-        *error = Reason(files.pic, errno);
+    const std::string pic = FilesOf(name).pic;
+    if (truncate(pic.c_str(), static_cast<off_t>(samples * recordBytes)) != 0) {
+        *error = Reason(pic, errno);
         return false;
     }
     return true;

@@ -1,20 +1,19 @@
-// SequenceFiles: the two files of a vids sequence as the library names them (extension
-// cut off, "~" and environment references expanded, then ".des" and ".pic"), and the
-// checks the command makes on them before it opens, renames or creates anything.
+// SequenceFiles: the checks the command makes on files before it opens, renames or
+// creates anything, and what it reads and rewrites of vids descriptions. A sequence's
+// file names are those of y4m::FilesOf (extension cut off, "~" and environment
+// references expanded, then ".des" and ".pic").
 #ifndef DRIVER_SEQUENCEFILES_H
 #define DRIVER_SEQUENCEFILES_H
 
 #include <cstdint>
 #include <string>
 
+#include "y4m/SequenceDescription.h"
+
 namespace driver {
 
-struct SequenceFiles {
-    std::string des;
-    std::string pic;
-};
-
-SequenceFiles FilesOf(const std::string& name);
+using y4m::FilesOf;
+using y4m::SequenceFiles;
 
 // True when a and b are one file: the same path, or the same device and inode.
 bool SameFile(const std::string& a, const std::string& b);

@@ -21,6 +21,11 @@ bool VidsInput::Open(std::string* error) {
     if (!CheckReadable(files.des, error) || !CheckReadable(files.pic, error) ||
         !ReadDescription(name, &description, error))
         return false;
+    if (description.samples < 2) {
+        *error = name + ": holds " + std::to_string(description.samples) +
+                 (description.samples == 1 ? " frame" : " frames") + "; gme needs at least two";
+        return false;
+    }
     struct stat st;
     if (stat(files.pic.c_str(), &st) != 0) {
         *error = files.pic + ": " + std::strerror(errno);
@@ -30,11 +35,6 @@ bool VidsInput::Open(std::string* error) {
     if (held < description.samples) {
         *error = files.pic + ": holds " + std::to_string(held) + " of the " +
                  std::to_string(description.samples) + " frames " + files.des + " declares";
-        return false;
-    }
-    if (description.samples < 2) {
-        *error = name + ": holds " + std::to_string(description.samples) +
-                 " frame; gme needs at least two";
         return false;
     }
     if (description.width < gme::kMinimumWidth || description.height < gme::kMinimumHeight) {
@@ -49,6 +49,15 @@ bool VidsInput::Open(std::string* error) {
     }
     file.SetOnlyYComponent(true);   // the estimator reads luminance only
     frame = std::make_unique<LumaFrame>(file);
+    return true;
+}
+
+bool VidsInput::DescribeStream(y4m::LumaStream* s, std::string* error) {
+    std::string why;
+    if (!y4m::LumaStreamOfSequence(name, file, s, &why)) {
+        *error = name + ": " + why;
+        return false;
+    }
     return true;
 }
 

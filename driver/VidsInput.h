@@ -13,6 +13,7 @@
 #include "driver/LumaFrame.h"
 #include "driver/SequenceFiles.h"
 #include "image/VidsFile.h"
+#include "y4m/LumaStream.h"
 
 namespace driver {
 
@@ -21,12 +22,13 @@ public:
     explicit VidsInput(const std::string& name);
 
     bool Open(std::string* error);
-    const SequenceFiles& Files() const { return files; }
 
     int Width() const override { return description.width; }
     int Height() const override { return description.height; }
     long Count() const override { return description.samples; }
+    std::vector<std::string> Files() const override { return {files.des, files.pic}; }
     void DescribeOutput(ormel::VidsFile& out) override;
+    bool DescribeStream(y4m::LumaStream* s, std::string* error) override;
     Result Next(unsigned char* luma, std::string* error) override;
 
 private:

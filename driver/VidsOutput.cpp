@@ -22,15 +22,13 @@ bool Exists(const std::string& path) {
 
 VidsOutput::VidsOutput(const std::string& n) : name(n), files(FilesOf(n)) {}
 
-bool VidsOutput::Check(const SequenceFiles* input, std::string* error) {
-    if (input) {
-        for (const std::string& out : {files.des, files.pic})
-            for (const std::string& in : {input->des, input->pic})
-                if (SameFile(out, in)) {
-                    *error = name + ": would replace the input (" + in + "); give another name";
-                    return false;
-                }
-    }
+bool VidsOutput::Check(const std::vector<std::string>& inputFiles, std::string* error) {
+    for (const std::string& out : {files.des, files.pic})
+        for (const std::string& in : inputFiles)
+            if (SameFile(out, in)) {
+                *error = name + ": would replace the input (" + in + "); give another name";
+                return false;
+            }
     for (const std::string& path : {files.des, files.pic}) {
         if (!CheckCreatable(path, error))
             return false;

@@ -19,9 +19,8 @@ class VidsOutput : public FrameOutput {
 public:
     explicit VidsOutput(const std::string& name);
 
-    // Before anything is created: the sequence's files and their backups can be made,
-    // and none of them is a file of `input` (when given). false with *error.
-    bool Check(const SequenceFiles* input, std::string* error);
+    // The sequence's files and their backups can be made and replace no input file.
+    bool Check(const std::vector<std::string>& inputFiles, std::string* error) override;
 
     bool Create(FrameInput& input, std::string* error) override;
     bool Write(const unsigned char* luma, std::string* error) override;
