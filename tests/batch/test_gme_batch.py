@@ -1,5 +1,5 @@
-"""gme-batch end to end: three rendered sequences and a broken one, given relative to the
-caller's directory, against single gme runs of the same inputs."""
+"""gme-batch end to end: three rendered sequences (one as YUV4MPEG2) and a broken one,
+given relative to the caller's directory, against single gme runs of the same inputs."""
 import csv
 import math
 import os
@@ -9,7 +9,9 @@ import pytest
 
 GME = os.environ["GME_BINARY"]
 ENV = dict(os.environ, PATH=os.path.dirname(GME) + os.pathsep + os.environ["PATH"])
-SEQUENCES = {"pan": (8, "96x80"), "wide": (6, "160x64"), "tall": (10, "64x112")}
+# name: frames, size, and the input as given (relative, with or without an extension)
+SEQUENCES = {"pan": (8, "96x80", "pan"), "wide": (6, "160x64", "wide.des"),
+             "tall": (10, "64x112", "tall.y4m")}
 
 
 def render(directory, name, frames, size):
@@ -44,17 +46,19 @@ def read_csv(path):
 def run(tmp_path_factory):
     root = tmp_path_factory.mktemp("batch")
     (root / "seqs").mkdir()
-    for name, (frames, size) in SEQUENCES.items():
+    for name, (frames, size, _) in SEQUENCES.items():
         render(root / "seqs", name, frames, size)
+    subprocess.run([os.environ["GME_VIDSTOOL"], "export", "tall", "tall.y4m"], check=True,
+                   cwd=root / "seqs")
     (root / "seqs" / "broken.des").write_text("not a description\n")
-    done = batch("-j", "2", "../out", "pan", "wide.des", "broken", "tall", cwd=root / "seqs")
+    done = batch("-j", "2", "../out", "pan", "wide.des", "broken", "tall.y4m", cwd=root / "seqs")
     return root, done, {row["sequence"]: row for row in read_csv(root / "out" / "summary.csv")}
 
 
 def test_each_sequence_equals_a_single_run(run):
     root, _, _ = run
-    for name in SEQUENCES:
-        single = single_run(root / "single" / name, root / "seqs" / name)
+    for name, (_, _, given) in SEQUENCES.items():
+        single = single_run(root / "single" / name, root / "seqs" / given)
         for file in ("compensated.des", "compensated.pic", "mae_Bin.txt", "motion.csv"):
             assert (root / "out" / name / file).read_bytes() == \
                 (root / "single" / name / file).read_bytes(), f"{name}/{file}"
@@ -66,7 +70,7 @@ def test_summary_lists_every_input_and_the_failure_with_its_message(run):
     root, done, rows = run
     assert done.returncode == 1, done.stderr
     assert list(rows) == ["pan", "wide", "broken", "tall"]
-    for name, (frames, _) in SEQUENCES.items():
+    for name, (frames, _, _) in SEQUENCES.items():
         row, pairs = rows[name], read_csv(root / "out" / name / "motion.csv")
         maes = [float(p["mae"]) for p in pairs if math.isfinite(float(p["mae"]))]
         assert [row[k] for k in ("frames", "pairs", "rejected", "status", "message")] == \
