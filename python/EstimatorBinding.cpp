@@ -178,15 +178,21 @@ py::dict Estimate(py::handle frames, int levels, double er1, double er2, double 
 
 py::tuple Compensate(py::handle previous, py::handle params, py::handle current) {
     FrameStack prev(previous, 2, "previous");
+    // Integers and floats of any width; not bool, complex, strings or objects (None would
+    // otherwise pass as NaN).
+    const py::array given = py::array::ensure(params);
+    const char kind = given ? given.dtype().kind() : 'O';
+    if (kind != 'i' && kind != 'u' && kind != 'f')
+        throw py::type_error("params must be 6 real numbers, not " +
+                             (given ? std::string(py::str(py::handle(given.dtype())))
+                                    : std::string(py::str(params.get_type().attr("__name__")))));
+    if (given.ndim() != 1 || given.size() != 6)
+        throw py::value_error("params must be 6 numbers (a0 .. a5), not the shape " +
+                              std::string(py::str(given.attr("shape"))));
     using Doubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
-    const Doubles a = Doubles::ensure(params);
+    const Doubles a = Doubles::ensure(given);
     if (!a)
-        throw py::type_error("params must be 6 numbers, not " +
-                             std::string(py::str(params.get_type().attr("__name__"))));
-    if (a.ndim() != 1 || a.size() != 6)
-        throw py::value_error("params must be 6 numbers (a0 .. a5), not " +
-                              std::to_string(a.size()) + " in " + std::to_string(a.ndim()) +
-                              " dimensions");
+        throw std::bad_alloc();
     std::array<double, 6> model;
     std::memcpy(model.data(), a.data(), sizeof model);
     std::optional<FrameStack> cur;

@@ -27,7 +27,7 @@ FrameStack::FrameStack(py::handle obj, int dims, const char* what) {
     const py::dtype type = array.dtype();
     if (type.kind() != 'u' || type.itemsize() != 1)
         throw py::type_error(std::string(what) + " must have dtype uint8, not " +
-                             std::string(py::str(type.attr("name"))));
+                             std::string(py::str(py::handle(type))));
     const char* layout = dims == 3 ? "(frames, height, width)" : "(height, width)";
     if (array.ndim() != dims)
         throw py::value_error(std::string(what) + " must have the shape " + layout +
