@@ -4,12 +4,18 @@
 #ifndef ESTIMATION_WORKSPACE_H
 #define ESTIMATION_WORKSPACE_H
 
+#include <cstdint>
+#include <vector>
+
+#include "estimation/IncrementSums.h"
 #include "motion/AffineWarp.h"
 
 namespace estimation {
 
 struct Workspace {
-    motion::WarpScratch warp;   // position terms of the estimator's warps
+    motion::WarpScratch warp;         // position terms of the estimator's warps
+    IncrementScratch increment;       // the increments' terms in waiting
+    std::vector<std::uint8_t> compensated, use, okRows;   // the threshold form's planes
 };
 
 }  // namespace estimation
