@@ -16,6 +16,7 @@
 #include <deque>
 #include <vector>
 
+#include "estimation/Workspace.h"
 #include "image/YUVImage.h"
 #include "motion/GlobalMotionEstimator.h"
 
@@ -127,6 +128,9 @@ public:
 
     // The chroma format of scratch images: the file's, or chromaFormat.
     ormel::ChromaFormat ScratchFormat() const;
+
+    // Scratch of the estimator's own operations, reused from call to call.
+    estimation::Workspace scratch;
 };
 
 #endif
