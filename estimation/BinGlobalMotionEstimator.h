@@ -47,6 +47,10 @@ public:
                        int* err);
     void Estimate(ormel::YUVImage& current, ormel::YUVImage& previous, BinImage& binaryObject,
                   int* err);
+    // A promise for the next EstimateFirst or Estimate: its `previous` holds the samples
+    // that the `current` of the call before held, unchanged since, so the low-pass levels
+    // made of them then serve again. A broken promise gives a wrong estimate.
+    void PreviousIsLastCurrent();
     // model's parameter vector becomes a[0..5].
     void UpdateParameters(double* a);
 

@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <memory>
 #include <vector>
 
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "estimation/FramePyramid.h"
 #include "image/VidsFile.h"
 #include "motion/AffineMotionModel.h"
 #include "segmentation/BinImage.h"
@@ -22,56 +22,6 @@ const int kDim = 6;
 const int kMaxIteration = 20;          // increments per level at most
 const double kMaxErrorChange = 0.35;   // relative change of the block count that rejects
 const int kHistoryRead = 5;            // history vectors the prediction reads
-
-using Pyramid = std::vector<std::unique_ptr<ormel::YUVImage>>;
-
-// Levels of W x H, W/2 x H/2, ... (integer halves at each step), in the source's format.
-Pyramid NewPyramid(int levels, ormel::ChromaFormat format, int W, int H) {
-    Pyramid p;
-    for (int l = 0; l < levels; ++l) {
-        p.push_back(std::make_unique<ormel::YUVImage>(format, W, H));
-        W /= 2;
-        H /= 2;
-    }
-    return p;
-}
-
-// Copies W x H luminance samples from a plane of row stride srcWidth into level 0.
-void LoadLevel0(ormel::YUVImage& level0, const unsigned char* src, int srcWidth) {
-    const int W = level0.Width(ormel::Y_COMP), H = level0.Height(ormel::Y_COMP);
-    unsigned char* dst = level0.GetArray(ormel::Y_COMP);
-    for (int y = 0; y < H; ++y)
-        std::memcpy(dst + static_cast<long>(y) * W, src + static_cast<long>(y) * srcWidth,
-                    static_cast<size_t>(W));
-}
-
-void LoadLevel0(ormel::YUVImage& level0, ormel::YUVImage& src) {
-    LoadLevel0(level0, src.GetArray(ormel::Y_COMP), src.Width(ormel::Y_COMP));
-}
-
-void LoadLevel0(ormel::YUVImage& level0, BinImage& mask) {
-    const int W = level0.Width(ormel::Y_COMP), H = level0.Height(ormel::Y_COMP);
-    if (mask.Width() == W && mask.Height() == H) {
-        LoadLevel0(level0, mask.GetArray(ormel::Y_COMP), W);
-        return;
-    }
-    // A mask of another size: sample by sample, with the mask's own bounds messages.
-    for (int y = 0; y < H; ++y)
-        for (int x = 0; x < W; ++x)
-            level0.GetArray(ormel::Y_COMP)[static_cast<long>(y) * W + x] = mask.GetPixel(x, y);
-}
-
-// A pyramid of `source`: level 0 its luminance, each further level the low-passed and
-// decimated level before it (filter(finer, coarser)).
-template <class Source, class Filter>
-Pyramid BuildPyramid(int levels, ormel::ChromaFormat format, int W, int H, Source& source,
-                     Filter filter) {
-    Pyramid p = NewPyramid(levels, format, W, H);
-    LoadLevel0(*p[0], source);
-    for (int l = 1; l < levels; ++l)
-        filter(*p[l - 1], *p[l]);
-    return p;
-}
 
 bool Converged(const double* da, double er1, double er2) {
     return std::fabs(da[0]) <= er1 && std::fabs(da[1]) <= er2 && std::fabs(da[2]) <= er2 &&
@@ -105,7 +55,26 @@ void PrintFinal(std::FILE* log, const double* a) {
                      a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
+// The pyramids of both frames: the previous frame's is the current one of the call
+// before when the caller promised so and it has the same geometry.
+void BuildFramePyramids(estimation::Workspace& w, ormel::YUVImage& current,
+                        ormel::YUVImage& previous, int levels) {
+    const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
+    const bool reuse = w.previousIsLastCurrent && w.current.Holds(W, H, levels) &&
+                       previous.Width(ormel::Y_COMP) == W && previous.Height(ormel::Y_COMP) == H;
+    w.previousIsLastCurrent = false;
+    if (reuse) {
+        std::swap(w.previous, w.current);
+        w.previous.Rebase(previous);
+    } else {
+        w.previous.Build(previous, levels);
+    }
+    w.current.Build(current, levels);
+}
+
 }  // namespace
+
+void BinGlobalMotionEstimator::PreviousIsLastCurrent() { scratch.previousIsLastCurrent = true; }
 
 void BinGlobalMotionEstimator::UpdateParameters(double* a) {
     std::vector<double> v(a, a + AffineMotionModel::ParameterCount);
@@ -115,23 +84,23 @@ void BinGlobalMotionEstimator::UpdateParameters(double* a) {
 void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YUVImage& previous,
                                              BinImage& binImage, int* err) {
     const int levels = level < 1 ? 1 : level;
-    const ormel::ChromaFormat format = ScratchFormat();
-    const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
-    auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
-    Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
-    Pyramid prev = BuildPyramid(levels, format, W, H, previous, gauss);
+    estimation::FramePyramid& curr = scratch.current;
+    estimation::FramePyramid& prev = scratch.previous;
+    BuildFramePyramids(scratch, current, previous, levels);
 
     double a[kDim] = {0, 1, 0, 0, 0, 1};
-    InitialEstimate(*curr[levels - 1], *prev[levels - 1], &a[0], &a[3]);
+    InitialEstimate(curr.Level(levels - 1), prev.Level(levels - 1), &a[0], &a[3]);
     int thresh = 0;
     Refine(levels, er1, er2, a, [&](int l, bool first, double* da) {
         // The outlier threshold is taken once per level, from |prev - warped curr|: the
         // images go in the reverse order of the increment's.
         if (first)
-            CalOutlier(*prev[l], *curr[l], a, &thresh);
-        MotionAadapt(*curr[l], *prev[l], thresh, a, da);
+            CalOutlier(prev.Level(l), curr.Level(l), a, &thresh);
+        MotionAadapt(curr.Level(l), prev.Level(l), thresh, a, da);
     });
     PrintFinal(log, a);
+    // The threshold form serves the first pair only: its plane goes.
+    std::vector<std::uint8_t>().swap(scratch.compensated);
 
     accepted = true;
     UpdateParameters(a);
@@ -144,19 +113,19 @@ void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YU
 void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImage& previous,
                                         BinImage& binaryObject, int* err) {
     const int levels = level < 1 ? 1 : level;
-    const ormel::ChromaFormat format = ScratchFormat();
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
-    auto gauss = [this](ormel::YUVImage& in, ormel::YUVImage& out) { GaussFilter(in, out); };
-    Pyramid curr = BuildPyramid(levels, format, W, H, current, gauss);
-    Pyramid prev = BuildPyramid(levels, format, W, H, previous, gauss);
+    estimation::FramePyramid& curr = scratch.current;
+    estimation::FramePyramid& prev = scratch.previous;
+    estimation::FramePyramid& prevOb = scratch.mask;
+    BuildFramePyramids(scratch, current, previous, levels);
     // The mask is low-passed like an image: at coarse levels any trace of an object is a
     // non-zero grey value.
-    Pyramid prevOb = BuildPyramid(levels, format, W, H, binaryObject, gauss);
+    prevOb.BuildCopy(binaryObject, W, H, levels);
 
     double a[kDim] = {0, 1, 0, 0, 0, 1};
     const int historySize = static_cast<int>(previousParameters.size());
     if (historySize < previousParametersCount) {
-        InitialEstimate(*curr[levels - 1], *prev[levels - 1], &a[0], &a[3]);
+        InitialEstimate(curr.Level(levels - 1), prev.Level(levels - 1), &a[0], &a[3]);
     } else {
         // The history, oldest first; the prediction reads five vectors.
         const int rows = historySize > kHistoryRead ? historySize : kHistoryRead;
@@ -169,23 +138,27 @@ void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImag
                                     ? previousParameters[i][j] : 0.0;
             p[i] = history[i].data();
         }
-        Predict(*curr[levels - 1], *prev[levels - 1], *prevOb[levels - 1], p.data(), a);
+        Predict(curr.Level(levels - 1), prev.Level(levels - 1), prevOb.Level(levels - 1), p.data(), a);
     }
     Refine(levels, er1, er2, a, [&](int l, bool, double* da) {
-        MotionAadapt(*curr[l], *prev[l], *prevOb[l], a, da);
+        MotionAadapt(curr.Level(l), prev.Level(l), prevOb.Level(l), a, da);
     });
     PrintFinal(log, a);
 
     // Validation: a large relative change of the object-block count rejects the estimate.
     // preErr = 0 gives NaN (accepted) when the count stays 0, infinity (rejected) otherwise.
-    BinImage preObject(binaryObject);
     const int preErr = *err;
     int newErr = preErr;
     Binary(current, previous, a, binaryObject, &newErr);
     const double diffErr =
         static_cast<double>(std::abs(newErr - preErr)) / static_cast<double>(preErr);
     if (diffErr > kMaxErrorChange) {
-        binaryObject = preObject;
+        // Only Binary wrote the mask, and only when it has the frame's size: level 0 of
+        // the mask's pyramid holds it as it was.
+        if (binaryObject.Width() == W && binaryObject.Height() == H)
+            std::memcpy(binaryObject.GetArray(ormel::Y_COMP),
+                        prevOb.Level(0).GetArray(ormel::Y_COMP),
+                        static_cast<size_t>(W) * static_cast<size_t>(H));
         *err = static_cast<int>(0.7 * preErr + 0.3 * newErr);
         if (log) {
             std::fputs("Estimation failed for this frame!\n", log);

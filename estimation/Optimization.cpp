@@ -49,41 +49,49 @@ ormel::ConstPlaneView Region(ormel::YUVImage& img, int w, int h) {
     return v;
 }
 
-// use(x, y) = 1 where the pixel takes part in the threshold form: off the one-pixel
-// border, its own |current - compensated| at most threshErr and more than 6 of its 3 x 3
-// neighbourhood too; 0 elsewhere. `ok` holds three rows of the per-pixel test.
-void ThresholdUse(ormel::ConstPlaneView cur, const std::uint8_t* comp, int threshErr,
-                  std::uint8_t* use, std::vector<std::uint8_t>& ok) {
+// In place: `plane` holds the compensated frame on entry and on return use(x, y) = 1
+// where the pixel takes part in the threshold form: off the one-pixel border, its own
+// |current - compensated| at most threshErr and more than 6 of its 3 x 3 neighbourhood
+// too; 0 elsewhere. `ok` holds three rows of the per-pixel test, so that row y is
+// written only once rows up to y + 1 have been read.
+void ThresholdUse(ormel::ConstPlaneView cur, std::uint8_t* plane, int threshErr,
+                  std::vector<std::uint8_t>& ok) {
     const int W = cur.width;
     const int H = cur.height;
-    std::memset(use, 0, static_cast<size_t>(W) * H);
-    if (W < 3 || H < 3)
+    const size_t w = static_cast<size_t>(W);
+    if (W < 3 || H < 3) {
+        std::memset(plane, 0, w * H);
         return;
-    ok.resize(3 * static_cast<size_t>(W));
+    }
+    ok.resize(3 * w);
     auto fill = [&](int y) {   // row y of the test into ring slot y % 3
         const std::uint8_t* c = cur.Row(y);
-        const std::uint8_t* k = comp + static_cast<size_t>(y) * W;
-        std::uint8_t* o = &ok[static_cast<size_t>(y % 3) * W];
+        const std::uint8_t* k = plane + static_cast<size_t>(y) * w;
+        std::uint8_t* o = &ok[static_cast<size_t>(y % 3) * w];
         for (int x = 0; x < W; ++x)
             o[x] = std::abs(c[x] - k[x]) <= threshErr;
     };
     fill(0);
     fill(1);
+    std::memset(plane, 0, w);
     for (int y = 1; y < H - 1; ++y) {
         fill(y + 1);
-        const std::uint8_t* up = &ok[static_cast<size_t>((y - 1) % 3) * W];
-        const std::uint8_t* mid = &ok[static_cast<size_t>(y % 3) * W];
-        const std::uint8_t* down = &ok[static_cast<size_t>((y + 1) % 3) * W];
-        std::uint8_t* u = use + static_cast<size_t>(y) * W;
+        const std::uint8_t* up = &ok[static_cast<size_t>((y - 1) % 3) * w];
+        const std::uint8_t* mid = &ok[static_cast<size_t>(y % 3) * w];
+        const std::uint8_t* down = &ok[static_cast<size_t>((y + 1) % 3) * w];
+        std::uint8_t* u = plane + static_cast<size_t>(y) * w;
         int left = up[0] + mid[0] + down[0];
         int centre = up[1] + mid[1] + down[1];
+        u[0] = 0;
         for (int x = 1; x < W - 1; ++x) {
             const int right = up[x + 1] + mid[x + 1] + down[x + 1];
             u[x] = mid[x] && left + centre + right > 6;
             left = centre;
             centre = right;
         }
+        u[W - 1] = 0;
     }
+    std::memset(plane + static_cast<size_t>(H - 1) * w, 0, w);
 }
 
 }  // namespace
@@ -132,18 +140,16 @@ void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUV
             da[i] = 0.0;
         return;
     }
-    // The compensated frame and which pixels take part, in the estimator's scratch.
+    // The compensated frame, then in its place which pixels take part.
     estimation::Workspace& w = scratch;
-    const size_t n = static_cast<size_t>(W) * H;
-    w.compensated.resize(n);
-    w.use.resize(n);
+    w.compensated.resize(static_cast<size_t>(W) * H);
     const ormel::PlaneView comp{w.compensated.data(), W, H, W};
     motion::WarpAffine(Region(previous, W, H), a, comp, motion::BilinearOrder::kEstimator, w.warp,
                        numeric::BestVectorUnit());
-    ThresholdUse(Region(current, W, H), w.compensated.data(), threshErr, w.use.data(), w.okRows);
+    ThresholdUse(Region(current, W, H), w.compensated.data(), threshErr, w.okRows);
     estimation::NormalEquations sums;
     estimation::SumThresholdForm(Region(current, W, H), Region(previous, W, H),
-                                 ormel::ConstPlaneView{w.use.data(), W, H, W}, a, w.increment,
+                                 ormel::ConstView(comp), a, w.increment,
                                  numeric::BestVectorUnit(), &sums);
     OptimizationMethodGradientDescent(sums.M, sums.b, da);
 }

@@ -2,6 +2,7 @@
 // Integer arithmetic with a truncating division by 4 in each direction; the upper and
 // left borders are replicated, an odd last row or column is dropped.
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "estimation/Downsample.h"
 #include "estimation/LumaPlane.h"
 #include "image/VidsFile.h"
 
@@ -49,6 +50,14 @@ int BinGlobalMotionEstimator::VerFilter(ormel::YUVImage& inputImage, ormel::YUVI
 }
 
 int BinGlobalMotionEstimator::GaussFilter(ormel::YUVImage& inputImage, ormel::YUVImage& outputImage) {
+    const LumaPlane in(inputImage);
+    const LumaPlane out(outputImage);
+    if (in.data && out.data && out.width >= in.width / 2 && out.height >= in.height / 2) {
+        // Both steps in one pass, the same bytes.
+        estimation::DownsampleHalf(ormel::ConstView(ormel::LumaView(inputImage)),
+                                   ormel::LumaView(outputImage), scratch.pyramidRows);
+        return 0;
+    }
     ormel::YUVImage half(ScratchFormat(), inputImage.Width(ormel::Y_COMP) / 2,
                          inputImage.Height(ormel::Y_COMP));
     HorFilter(inputImage, half);

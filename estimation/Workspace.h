@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "estimation/FramePyramid.h"
 #include "estimation/IncrementSums.h"
 #include "motion/AffineWarp.h"
 
@@ -15,7 +16,15 @@ namespace estimation {
 struct Workspace {
     motion::WarpScratch warp;         // position terms of the estimator's warps
     IncrementScratch increment;       // the increments' terms in waiting
-    std::vector<std::uint8_t> compensated, use, okRows;   // the threshold form's planes
+    // The threshold form's plane: the compensated frame, then in place which pixels take
+    // part; and three rows of its per-pixel test.
+    std::vector<std::uint8_t> compensated, okRows;
+    std::vector<std::uint8_t> pyramidRows;   // GaussFilter's filtered rows
+    // The pyramids of the drivers: the current frame's, the previous frame's and the
+    // object mask's (a copy, which also restores a rejected pair's mask).
+    FramePyramid current, previous, mask;
+    // Set by PreviousIsLastCurrent, taken by the next driver call.
+    bool previousIsLastCurrent = false;
 };
 
 }  // namespace estimation

@@ -134,10 +134,13 @@ std::optional<PairResult> SequenceEstimator::push(const std::uint8_t* luma, int 
         }
 
         const std::clock_t t1 = std::clock();
-        if (s.frames == 2)
+        if (s.frames == 2) {
             s.estimator.EstimateFirst(*s.current, *s.previous, s.mask, &s.err);
-        else
+        } else {
+            // The previous frame is the last pair's current one, untouched since.
+            s.estimator.PreviousIsLastCurrent();
             s.estimator.Estimate(*s.current, *s.previous, s.mask, &s.err);
+        }
         const std::clock_t t2 = std::clock();
         s.model = s.estimator.GetModel();
         s.compensator.SetModel(s.model);

@@ -68,6 +68,29 @@ TEST_F(Estimate, PredictionStartsOnceTheHistoryHoldsFiveVectorsAtAnyDepth) {
     }
 }
 
+TEST_F(Estimate, ReusedPyramidsGiveTheSameEstimates) {
+    // The promise kept on every later pair, through the start from the history; a twin
+    // builds every pyramid afresh. Mask and block count go from one pair to the next.
+    BinGlobalMotionEstimator twin(3, 0.1, 0.005, 0.1, file);
+    BinImage twinMask{W, H, 0, 255, ormel::quiet};
+    int err = 0, twinErr = 0;
+    for (int n = 1; n <= 7; ++n) {
+        if (n > 1)
+            est.PreviousIsLastCurrent();
+        const std::string out = Pair(est, n, &err);
+        const std::vector<unsigned char> kept = MaskPixels();
+        mask.CopyRawDataFrom(twinMask.GetArray(ormel::Y_COMP), mask.GetSize());
+        EXPECT_EQ(Pair(twin, n, &twinErr), out) << n;
+        twinMask.CopyRawDataFrom(mask.GetArray(ormel::Y_COMP), mask.GetSize());
+        mask.CopyRawDataFrom(const_cast<unsigned char*>(kept.data()), mask.GetSize());
+        EXPECT_EQ(twin.GetModel().getParameterVector(), est.GetModel().getParameterVector()) << n;
+        EXPECT_EQ(twinErr, err) << n;
+        EXPECT_EQ(std::vector<unsigned char>(twinMask.GetArray(ormel::Y_COMP),
+                                             twinMask.GetArray(ormel::Y_COMP) + mask.GetSize()),
+                  kept) << n;
+    }
+}
+
 TEST_F(Estimate, LargeChangeOfTheBlockCountKeepsTheLastAcceptedPair) {
     // Two estimators in the same state; the increments do not depend on the error figure,
     // so the one told the true count accepts and shows what the other one computed.

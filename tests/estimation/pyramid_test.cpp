@@ -25,3 +25,16 @@ TEST_F(GaussFilter, MatchesThePlainKernelKeepsAConstantAndDropsAnOddLastRowAndCo
     est.GaussFilter(in, out);
     ExpectLuma(out, [](int x, int y) { return x < 360 && y < 288 ? 255 : 77; });
 }
+
+TEST_F(GaussFilter, SmallAndOddSizesMatchThePlainKernel) {
+    // Widths on both sides of the sixteen-sample groups, down to one output sample.
+    const int sizes[][2] = {{2, 2}, {3, 3}, {33, 5}, {34, 9}, {35, 2}, {66, 7}, {97, 33}};
+    unsigned seed = 11;
+    for (const auto& s : sizes) {
+        SCOPED_TRACE(std::to_string(s[0]) + " x " + std::to_string(s[1]));
+        YUVImage in(ormel::YUV420, s[0], s[1]), out(ormel::YUV420, s[0] / 2, s[1] / 2);
+        FillRandom(in, ++seed);
+        est.GaussFilter(in, out);
+        ExpectLuma(out, [&](int x, int y) { return GaussRef(in, x, y); });
+    }
+}
