@@ -12,6 +12,33 @@ namespace {
 
 constexpr int kCandidates = 4;   // zero, past, acceleration, average: ties go to the earlier
 
+// Sum of |previous(xs[x], ys[x]) - current(x, y)| over the x of row y whose position lies
+// inside W x H with the mask 0 there. An integer sum: any pixel order gives it.
+long long RowError(const LumaPlane& cur, const LumaPlane& prev, const LumaPlane& mask, int y,
+                   const int* xs, const int* ys) {
+    const int W = cur.width;
+    const int H = cur.height;
+    const unsigned char* c = cur.Row(y);
+    long long sum = 0;
+    for (int x = 0; x < W; ++x) {
+        const int xp = xs[x];
+        const int yp = ys[x];
+        if (xp < 0 || xp >= W || yp < 0 || yp >= H || mask.Row(yp)[xp] != 0)
+            continue;
+        sum += std::abs(prev.Row(yp)[xp] - c[x]);
+    }
+    return sum;
+}
+
+// Index of the smallest of err[0 .. kCandidates - 1], the first one on ties.
+int FirstMinimum(const long long* err) {
+    int best = 0;
+    for (int k = 1; k < kCandidates; ++k)
+        if (err[k] < err[best])
+            best = k;
+    return best;
+}
+
 }  // namespace
 
 void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage& previous,
@@ -35,51 +62,71 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
     // Translation stage on the coarsest level (a quarter of the full resolution).
     int dx[kCandidates];
     int dy[kCandidates];
-    int err[kCandidates] = {};
-    int saerr[kCandidates] = {};
+    long long saerr[kCandidates] = {};
     for (int k = 0; k < kCandidates; ++k) {
         dx[k] = CoRound(cand[k][0] / 4.0);
         dy[k] = CoRound(cand[k][3] / 4.0);
     }
-    for (int x = 0; x < W; ++x)
-        for (int y = 0; y < H; ++y)
-            for (int k = 0; k < kCandidates; ++k) {
-                const int xp = x + dx[k];
-                const int yp = y + dy[k];
-                if (xp < 0 || xp >= W || yp < 0 || yp >= H || mask.Row(yp)[xp] != 0)
-                    continue;
-                err[k] = prev.Row(yp)[xp] - cur.Row(y)[x];
-                saerr[k] += std::abs(err[k]);
-            }
-    int best = CoMin(saerr, kCandidates);
+    // Row by row: the sums are of integers. Per candidate, the rows and columns whose
+    // shifted position stays inside.
+    for (int k = 0; k < kCandidates; ++k) {
+        const int x0 = dx[k] < 0 ? -dx[k] : 0;
+        const int x1 = dx[k] > 0 ? W - dx[k] : W;
+        const int y0 = dy[k] < 0 ? -dy[k] : 0;
+        const int y1 = dy[k] > 0 ? H - dy[k] : H;
+        for (int y = y0; y < y1; ++y) {
+            const unsigned char* c = cur.Row(y);
+            const unsigned char* p = prev.Row(y + dy[k]) + dx[k];
+            const unsigned char* m = mask.Row(y + dy[k]) + dx[k];
+            long long row = 0;
+            for (int x = x0; x < x1; ++x)
+                row += m[x] == 0 ? std::abs(p[x] - c[x]) : 0;
+            saerr[k] += row;
+        }
+    }
+    int best = FirstMinimum(saerr);
     a[0] = dx[best];
     a[3] = dy[best];
     if (log)
         std::fprintf(log, "Initial Conditions: a[0] = %f, a[3] = %f \n", a[0], a[3]);
 
     // Linear-term stage: each candidate's linear part with the chosen translation, at
-    // positions rounded to whole pixels.
+    // positions rounded to whole pixels: CoRound(x + a[0]) for the first, and
+    // CoRound((a[0] + x c1) + y c2), the column term and the row term added in that
+    // order, for the others.
+    estimation::Workspace& w = scratch;
+    const size_t n = static_cast<size_t>(W);
+    w.predictColumns.resize(2 * n * kCandidates);
+    w.predictPositions.resize(2 * n);
+    double* colX = w.predictColumns.data();   // candidate k: colX[k * n + x]
+    double* colY = colX + kCandidates * n;
+    for (int k = 1; k < kCandidates; ++k)
+        for (int x = 0; x < W; ++x) {
+            colX[k * n + x] = a[0] + x * cand[k][1];
+            colY[k * n + x] = a[3] + x * cand[k][4];
+        }
+    int* xs = w.predictPositions.data();
+    int* ys = xs + n;
     for (int k = 0; k < kCandidates; ++k)
         saerr[k] = 0;
-    for (int x = 0; x < W; ++x)
-        for (int y = 0; y < H; ++y) {
-            int xs[kCandidates];
-            int ys[kCandidates];
-            xs[0] = CoRound(x + a[0]);
-            ys[0] = CoRound(y + a[3]);
-            for (int k = 1; k < kCandidates; ++k) {
-                xs[k] = CoRound(a[0] + x * cand[k][1] + y * cand[k][2]);
-                ys[k] = CoRound(a[3] + x * cand[k][4] + y * cand[k][5]);
-            }
-            for (int k = 0; k < kCandidates; ++k) {
-                const int xp = xs[k];
-                const int yp = ys[k];
-                if (xp < 0 || xp >= W || yp < 0 || yp >= H || mask.Row(yp)[xp] != 0)
-                    continue;
-                saerr[k] += std::abs(prev.Row(yp)[xp] - cur.Row(y)[x]);
-            }
+    for (int y = 0; y < H; ++y) {
+        const int y0 = CoRound(y + a[3]);
+        for (int x = 0; x < W; ++x) {
+            xs[x] = CoRound(x + a[0]);
+            ys[x] = y0;
         }
-    best = CoMin(saerr, kCandidates);
+        saerr[0] += RowError(cur, prev, mask, y, xs, ys);
+        for (int k = 1; k < kCandidates; ++k) {
+            const double rowX = y * cand[k][2];
+            const double rowY = y * cand[k][5];
+            for (int x = 0; x < W; ++x) {
+                xs[x] = CoRound(colX[k * n + x] + rowX);
+                ys[x] = CoRound(colY[k * n + x] + rowY);
+            }
+            saerr[k] += RowError(cur, prev, mask, y, xs, ys);
+        }
+    }
+    best = FirstMinimum(saerr);
     a[1] = cand[best][1];
     a[2] = cand[best][2];
     a[4] = cand[best][4];

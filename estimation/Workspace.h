@@ -20,6 +20,8 @@ struct Workspace {
     // part; and three rows of its per-pixel test.
     std::vector<std::uint8_t> compensated, okRows;
     std::vector<std::uint8_t> pyramidRows;   // GaussFilter's filtered rows
+    std::vector<double> predictColumns;      // Predict's per-column position terms
+    std::vector<int> predictPositions;       // and one row of rounded positions
     // The pyramids of the drivers: the current frame's, the previous frame's and the
     // object mask's (a copy, which also restores a rejected pair's mask).
     FramePyramid current, previous, mask;

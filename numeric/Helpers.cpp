@@ -11,12 +11,6 @@ int compare(const void* a, const void* b) {
     return static_cast<int>(x - y);
 }
 
-int CoRound(double x) {
-    if (x < 0)
-        return static_cast<int>(x - 0.5);   // truncation toward zero after the shift
-    return static_cast<int>(x + 0.5);
-}
-
 int CoMin(int* vec, int n) {
     int best = 0;
     for (int i = 1; i < n; ++i)

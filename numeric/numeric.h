@@ -14,8 +14,13 @@
 // *(int*)a - *(int*)b with 32-bit wrap: ascending order for qsort over ints.
 int compare(const void* a, const void* b);
 
-// Nearest integer, halves away from zero (2.5 -> 3, -2.5 -> -3).
-int CoRound(double x);
+// Nearest integer, halves away from zero (2.5 -> 3, -2.5 -> -3). Inline: per-pixel
+// loops call it.
+inline int CoRound(double x) {
+    if (x < 0)
+        return static_cast<int>(x - 0.5);   // truncation toward zero after the shift
+    return static_cast<int>(x + 0.5);
+}
 
 // 0-based index of the smallest of vec[0] .. vec[n-1]; the first one on ties; 0 when n <= 1.
 int CoMin(int* vec, int n);

@@ -61,3 +61,57 @@ TEST_F(Predict, EachStageTakesTheBestCandidateAndTiesGoToTheEarliest) {
         EXPECT_EQ(Six(a), Six(want)) << c.what;
     }
 }
+
+// The plain loops: column by column, each candidate's position rounded per pixel.
+static void PredictRef(YUVImage& cur, YUVImage& prev, YUVImage& mask, double** p, double* a) {
+    const int W = cur.Width(ormel::Y_COMP), H = cur.Height(ormel::Y_COMP);
+    double cand[4][6] = {{0, 1, 0, 0, 0, 1}};
+    for (int i = 0; i < 6; ++i) {
+        cand[1][i] = p[4][i];
+        cand[2][i] = 2 * p[4][i] - p[3][i];
+        cand[3][i] = (p[0][i] + p[1][i] + p[2][i] + p[3][i] + p[4][i]) / 5.0;
+    }
+    auto score = [&](int x, int y, int xp, int yp) {
+        return xp < 0 || xp >= W || yp < 0 || yp >= H || mask.Y(xp, yp) ? 0
+                                                                          : std::abs(prev.Y(xp, yp) - cur.Y(x, y));
+    };
+    int sa[4] = {};
+    for (int x = 0; x < W; ++x)
+        for (int y = 0; y < H; ++y)
+            for (int k = 0; k < 4; ++k)
+                sa[k] += score(x, y, x + CoRound(cand[k][0] / 4.0), y + CoRound(cand[k][3] / 4.0));
+    int best = CoMin(sa, 4);
+    a[0] = CoRound(cand[best][0] / 4.0);
+    a[3] = CoRound(cand[best][3] / 4.0);
+    int sb[4] = {};
+    for (int x = 0; x < W; ++x)
+        for (int y = 0; y < H; ++y) {
+            sb[0] += score(x, y, CoRound(x + a[0]), CoRound(y + a[3]));
+            for (int k = 1; k < 4; ++k)
+                sb[k] += score(x, y, CoRound(a[0] + x * cand[k][1] + y * cand[k][2]),
+                               CoRound(a[3] + x * cand[k][4] + y * cand[k][5]));
+        }
+    best = CoMin(sb, 4);
+    for (int i : {1, 2, 4, 5})
+        a[i] = cand[best][i];
+}
+
+TEST_F(Predict, RandomFramesMasksAndHistoriesAsThePlainLoops) {
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<double> shift(-12, 12), linear(-0.03, 0.03);
+    for (int trial = 0; trial < 12; ++trial) {
+        const int W = 37 + trial * 5, H = 29 + trial * 3;
+        YUVImage cur(ormel::YUV420, W, H), prev(ormel::YUV420, W, H), mask(ormel::YUV420, W, H);
+        FillRandom(prev, 100 + trial);
+        Fill(cur, [&](int x, int y) { return prev.Y((x + 1) % W, (y + trial % 3) % H) ^ (trial & 7); });
+        Fill(mask, [&](int, int) { return rng() % 5 == 0 ? 255 : 0; });
+        double hist[5][6], a[6], want[6];
+        double* p[5] = {hist[0], hist[1], hist[2], hist[3], hist[4]};
+        for (auto& h : hist)
+            for (int j = 0; j < 6; ++j)
+                h[j] = j % 3 == 0 ? shift(rng) : (j == 1 || j == 5) + linear(rng);
+        Printed([&] { est.Predict(cur, prev, mask, p, a); });
+        PredictRef(cur, prev, mask, p, want);
+        EXPECT_EQ(Six(a), Six(want)) << "trial " << trial;
+    }
+}
