@@ -149,3 +149,26 @@ TEST(SequenceEstimator, EstimatorsOnTwoThreadsGiveTheResultsOfOneAlone) {
         ExpectSame(b[k], alone[k]);
     }
 }
+
+TEST(SequenceEstimator, ZeroMotionErrorIsThePlainMeanAtOddSizes) {
+    // Sizes that leave a tail after whole groups of sixteen samples; a stride past the width.
+    for (const int w : {33, 47, 64}) {
+        const int h = 35, stride = w + 3;
+        std::vector<unsigned char> a(stride * h), b(stride * h);
+        unsigned state = 7u * w;
+        for (size_t i = 0; i < a.size(); ++i) {
+            state = state * 1103515245u + 12345u;
+            a[i] = static_cast<unsigned char>(state >> 16);
+            b[i] = static_cast<unsigned char>(state >> 24);
+        }
+        long long sum = 0;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                sum += std::abs(a[y * stride + x] - b[y * stride + x]);
+        gme::SequenceEstimator estimator;
+        estimator.push(a.data(), w, h, stride);
+        const std::optional<gme::PairResult> r = estimator.push(b.data(), w, h, stride);
+        ASSERT_TRUE(r);
+        EXPECT_EQ(r->maeZeroMotion, static_cast<double>(sum) / (w * h)) << w;
+    }
+}
