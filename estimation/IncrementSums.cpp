@@ -8,10 +8,6 @@
 
 #include "estimation/IncrementSumsPaths.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace estimation {
 
 double* IncrementScratch::Records(std::size_t n) {
@@ -40,45 +36,6 @@ void PositionTerms(int W, int H, const double* a, IncrementScratch& s) {
     for (int y = 0; y < H; ++y) {
         s.rowX[y] = y * a[2];
         s.rowY[y] = y * a[5];
-    }
-}
-
-void BuildSampleClear(ormel::ConstPlaneView previous, ormel::ConstPlaneView mask,
-                      std::uint16_t* out) {
-    const int W = previous.width;
-    const int H = previous.height;
-    for (int y = 0; y < H; ++y) {
-        const std::uint8_t* p = previous.Row(y);
-        std::uint16_t* o = out + static_cast<std::size_t>(y) * W;
-        if (y == H - 1 || W == 1) {   // no 2 x 2 block starts here
-            for (int x = 0; x < W; ++x)
-                o[x] = p[x];
-            continue;
-        }
-        const std::uint8_t* m0 = mask.Row(y);
-        const std::uint8_t* m1 = mask.Row(y + 1);
-        int x = 0;
-#if defined(__SSE2__)
-        // Sixteen samples at a time; x + 16 < W keeps the right neighbours inside.
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i one = _mm_set1_epi8(1);
-        for (; x + 16 < W; x += 16) {
-            const __m128i any = _mm_or_si128(
-                _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(m0 + x)),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(m0 + x + 1))),
-                _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(m1 + x)),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(m1 + x + 1))));
-            const __m128i clear = _mm_and_si128(_mm_cmpeq_epi8(any, zero), one);
-            const __m128i samples = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + x));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(o + x), _mm_unpacklo_epi8(samples, clear));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(o + x + 8), _mm_unpackhi_epi8(samples, clear));
-        }
-#endif
-        for (; x < W - 1; ++x) {
-            const int any = m0[x] | m0[x + 1] | m1[x] | m1[x + 1];
-            o[x] = static_cast<std::uint16_t>(p[x] | (any == 0) << 8);
-        }
-        o[W - 1] = p[W - 1];
     }
 }
 
@@ -162,15 +119,10 @@ void Sum(bool maskForm, ormel::ConstPlaneView current, ormel::ConstPlaneView pre
          ormel::ConstPlaneView select, const double* a, IncrementScratch& scratch,
          numeric::VectorUnit unit, NormalEquations* out) {
     std::memset(out, 0, sizeof *out);   // +0.0: where every sum starts
-    paths::Planes p{current, previous, select, nullptr};
+    paths::Planes p{current, previous, select};
     if (current.width <= 0 || current.height <= 0)
         return;
     paths::PositionTerms(current.width, current.height, a, scratch);
-    if (maskForm && unit != numeric::VectorUnit::kPlain) {
-        scratch.sampleClear.resize(static_cast<std::size_t>(current.width) * current.height);
-        paths::BuildSampleClear(previous, select, scratch.sampleClear.data());
-        p.sampleClear = scratch.sampleClear.data();
-    }
 #if defined(__x86_64__)
     if (unit == numeric::VectorUnit::kAvx512) {
         maskForm ? paths::MaskFormAvx512(p, scratch, out) : paths::ThresholdFormAvx512(p, scratch, out);

@@ -48,7 +48,6 @@ public:
     IncrementScratch& operator=(const IncrementScratch&) { return *this; }
 
     std::vector<double> colX, colY, rowX, rowY;
-    std::vector<std::uint16_t> sampleClear;
     // n records of 8 doubles, 64-byte aligned; grows, never shrinks.
     double* Records(std::size_t n);
     std::vector<int> counts;

@@ -14,10 +14,6 @@ struct Planes {
     ormel::ConstPlaneView current;
     ormel::ConstPlaneView previous;
     ormel::ConstPlaneView select;
-    // Mask form, vector paths: previous(x, y) | clear(x, y) << 8, rows current.width
-    // apart, clear(x, y) = 1 when the mask is 0 at (x, y), (x + 1, y), (x, y + 1) and
-    // (x + 1, y + 1), so that one 32-bit gather yields P00, its test and P10.
-    const std::uint16_t* sampleClear;
 };
 
 // Position terms past the last column, so that a vector group may overrun it.
@@ -27,9 +23,6 @@ constexpr int kPadding = 8;
 void PositionTerms(int W, int H, const double* a, IncrementScratch& s);
 // Copies the lower triangle of M into the upper one.
 void Mirror(NormalEquations* n);
-// Fills the sampleClear plane of previous and mask.
-void BuildSampleClear(ormel::ConstPlaneView previous, ormel::ConstPlaneView mask,
-                      std::uint16_t* out);
 
 // Add every taking part pixel to *out (zero on entry), lower triangle and b only.
 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations* out);

@@ -14,10 +14,9 @@
 // loop does; the other lanes carry duplicates that are never read.
 //
 // The four neighbours come from two 32-bit gathers per group: one at (x1, y1) and one at
-// (x1, y1 + 1). In the threshold form they read the 8-bit previous frame, the second two
-// bytes early so that it stays inside the plane: P00, P10 are the low bytes of the first,
-// P01, P11 the high bytes of the second. In the mask form they read the 16-bit sample and
-// clear plane: (P00, clear, P10, -) and (P01, -, P11, -).
+// (x1, y1 + 1), two bytes early so that it stays inside the plane: P00, P10 are the low
+// bytes of the first, P01, P11 the high bytes of the second. The mask form first gathers
+// the mask at the same places and drops the pixels with an object among the four.
 #include "estimation/IncrementSumsPaths.h"
 
 #if defined(__x86_64__)
@@ -63,18 +62,21 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     const __m256i bytes = _mm256_set1_epi32(0xff);
     __m256i p00, p10, p01, p11;
     if (maskForm) {
-        const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(W)), ix);
-        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.sampleClear, 2);
-        in &= _mm256_test_epi32_mask(g0, _mm256_set1_epi32(0xff00));
+        // The mask at the four neighbours, as the samples below: all four must be 0.
+        const int ms = static_cast<int>(p.select.stride);
+        const __m256i mat = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(ms)), ix);
+        const __m256i m0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, mat, p.select.data, 1);
+        in &= _mm256_testn_epi32_mask(m0, _mm256_set1_epi32(0xffff));
         if (!in)
             return 0;
-        const __m256i g1 = _mm256_mmask_i32gather_epi32(
-            _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(W)), p.sampleClear, 2);
-        p00 = _mm256_and_si256(g0, bytes);
-        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 16), bytes);
-        p01 = _mm256_and_si256(g1, bytes);
-        p11 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
-    } else {
+        const __m256i m1 = _mm256_mmask_i32gather_epi32(
+            _mm256_setzero_si256(), in, _mm256_add_epi32(mat, _mm256_set1_epi32(ms - 2)),
+            p.select.data, 1);
+        in &= _mm256_testn_epi32_mask(m1, _mm256_set1_epi32(static_cast<int>(0xffff0000u)));
+        if (!in)
+            return 0;
+    }
+    {
         const int stride = static_cast<int>(p.previous.stride);
         const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(stride)), ix);
         const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
@@ -216,20 +218,22 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
     const __m128i bytes = _mm_set1_epi32(0xff);
     __m128i p00, p10, p01, p11;
     if (maskForm) {
-        const int* base = reinterpret_cast<const int*>(p.sampleClear);
-        const __m128i at = _mm_add_epi32(_mm_mullo_epi32(iy, _mm_set1_epi32(W)), ix);
-        const __m128i g0 = _mm_mask_i32gather_epi32(_mm_setzero_si128(), base, at, in, 2);
-        in = _mm_andnot_si128(
-            _mm_cmpeq_epi32(_mm_and_si128(g0, _mm_set1_epi32(0xff00)), _mm_setzero_si128()), in);
+        // The mask at the four neighbours, as the samples below: all four must be 0.
+        const int* mbase = reinterpret_cast<const int*>(p.select.data);
+        const int ms = static_cast<int>(p.select.stride);
+        const __m128i mat = _mm_add_epi32(_mm_mullo_epi32(iy, _mm_set1_epi32(ms)), ix);
+        const __m128i m0 = _mm_mask_i32gather_epi32(_mm_setzero_si128(), mbase, mat, in, 1);
+        in = _mm_and_si128(in, _mm_cmpeq_epi32(_mm_and_si128(m0, _mm_set1_epi32(0xffff)),
+                                               _mm_setzero_si128()));
         if (_mm_testz_si128(in, in))
             return 0;
-        const __m128i g1 = _mm_mask_i32gather_epi32(
-            _mm_setzero_si128(), base, _mm_add_epi32(at, _mm_set1_epi32(W)), in, 2);
-        p00 = _mm_and_si128(g0, bytes);
-        p10 = _mm_and_si128(_mm_srli_epi32(g0, 16), bytes);
-        p01 = _mm_and_si128(g1, bytes);
-        p11 = _mm_and_si128(_mm_srli_epi32(g1, 16), bytes);
-    } else {
+        const __m128i m1 = _mm_mask_i32gather_epi32(
+            _mm_setzero_si128(), mbase, _mm_add_epi32(mat, _mm_set1_epi32(ms - 2)), in, 1);
+        in = _mm_and_si128(in, _mm_cmpeq_epi32(_mm_srli_epi32(m1, 16), _mm_setzero_si128()));
+        if (_mm_testz_si128(in, in))
+            return 0;
+    }
+    {
         const int* base = reinterpret_cast<const int*>(p.previous.data);
         const int stride = static_cast<int>(p.previous.stride);
         const __m128i at = _mm_add_epi32(_mm_mullo_epi32(iy, _mm_set1_epi32(stride)), ix);
