@@ -31,8 +31,12 @@ bench-build:
 	cmake -S . -B $(BUILD_BENCH) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DGME_BENCH=ON -DGME_TESTS=OFF
 	cmake --build $(BUILD_BENCH) -j $(JOBS)
 
+# Per-pair time of Estimate and CompensateWithMAE, then the whole command with its peak
+# memory, at 352x288, 720x576 and 1920x1080; then the kernel benchmarks.
 bench: bench-build
-	@for b in $$(find $(BUILD_BENCH)/bench -type f -perm -u+x -name '*_bench'); do echo "== $$b"; $$b; done
+	$(BUILD_BENCH)/bench/gme/sequence_bench
+	bench/whole_run.sh $(BUILD_BENCH)
+	@for b in $$(find $(BUILD_BENCH)/bench -type f -perm -u+x -name '*_bench' ! -name sequence_bench); do echo "== $$b"; $$b; done
 
 # Renders a 30-frame 352x288 sequence with known camera motion and a moving object, runs
 # gme on it, reports how close the estimated motion is to the truth and draws the run.
