@@ -174,11 +174,19 @@ void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUV
 }
 
 void BinGlobalMotionEstimator::OptimizationMethodGradientDescent(double* M, double* b, double* da) {
-    double** MM = dmatrix(1, kDim, 1, kDim);
-    double** v = dmatrix(1, kDim, 1, kDim);
-    double* wsqr = dvector(1, kDim);
-    double* x = dvector(1, kDim);
-    double* bb = dvector(1, kDim);
+    // The solver indexes from 1: rows and vectors of kDim + 1 doubles with element 0
+    // unused, on the stack.
+    double mStore[kDim + 1][kDim + 1] = {};
+    double vStore[kDim + 1][kDim + 1] = {};
+    double* MM[kDim + 1];
+    double* v[kDim + 1];
+    double wsqr[kDim + 1] = {};
+    double x[kDim + 1] = {};
+    double bb[kDim + 1] = {};
+    for (int i = 0; i <= kDim; ++i) {
+        MM[i] = mStore[i];
+        v[i] = vStore[i];
+    }
     for (int i = 1; i <= kDim; ++i) {
         for (int j = 1; j <= kDim; ++j)
             MM[i][j] = M[(i - 1) * kDim + (j - 1)];
@@ -189,9 +197,4 @@ void BinGlobalMotionEstimator::OptimizationMethodGradientDescent(double* M, doub
     svbksb(MM, wsqr, v, kDim, kDim, bb, x);
     for (int i = 0; i < kDim; ++i)
         da[i] = x[i + 1];
-    free_dmatrix(MM, 1, kDim, 1, kDim);
-    free_dmatrix(v, 1, kDim, 1, kDim);
-    free_dvector(wsqr, 1, kDim);
-    free_dvector(x, 1, kDim);
-    free_dvector(bb, 1, kDim);
 }

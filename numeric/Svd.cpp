@@ -30,12 +30,17 @@ double Sign(double a, double b) { return b >= 0.0 ? std::fabs(a) : -std::fabs(a)
 // A value is negligible when adding it to anorm changes nothing.
 bool Negligible(double x, double anorm) { return std::fabs(x) + anorm == anorm; }
 
+// Up to this many columns the work vectors live on the stack: the estimator's 6 x 6
+// solves allocate nothing.
+constexpr int kLocalColumns = 16;
+
 }  // namespace
 
 void svdcmp(double** a, int m, int n, double* w, double** v) {
     if (m < n)
         nrerror("SVDCMP: You must augment A with extra zero rows");
-    double* rv1 = dvector(1, n);   // superdiagonal of the bidiagonal form
+    double local[kLocalColumns + 1] = {};
+    double* rv1 = n <= kLocalColumns ? local : dvector(1, n);   // superdiagonal of the bidiagonal form
     double g = 0.0;
     double scale = 0.0;
     double anorm = 0.0;
@@ -270,11 +275,13 @@ void svdcmp(double** a, int m, int n, double* w, double** v) {
             w[k] = x;
         }
     }
-    free_dvector(rv1, 1, n);
+    if (rv1 != local)
+        free_dvector(rv1, 1, n);
 }
 
 void svbksb(double** u, double* w, double** v, int m, int n, double* b, double* x) {
-    double* tmp = dvector(1, n);
+    double local[kLocalColumns + 1] = {};
+    double* tmp = n <= kLocalColumns ? local : dvector(1, n);
     for (int j = 1; j <= n; ++j) {
         double s = 0.0;
         if (w[j] != 0.0) {   // an exactly zero singular value is skipped
@@ -290,5 +297,6 @@ void svbksb(double** u, double* w, double** v, int m, int n, double* b, double* 
             s += v[j][jj] * tmp[jj];
         x[j] = s;
     }
-    free_dvector(tmp, 1, n);
+    if (tmp != local)
+        free_dvector(tmp, 1, n);
 }
