@@ -23,6 +23,8 @@
 
 #include <immintrin.h>
 
+#include "motion/NeighbourLoads.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -61,33 +63,45 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     const __m256i iy = _mm512_cvttpd_epi32(dy);
     const __m256i bytes = _mm256_set1_epi32(0xff);
     __m256i p00, p10, p01, p11;
-    if (maskForm) {
-        // The mask at the four neighbours, as the samples below: all four must be 0.
-        const int ms = static_cast<int>(p.select.stride);
-        const __m256i mat = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(ms)), ix);
-        const __m256i m0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, mat, p.select.data, 1);
-        in &= _mm256_testn_epi32_mask(m0, _mm256_set1_epi32(0xffff));
-        if (!in)
-            return 0;
-        const __m256i m1 = _mm256_mmask_i32gather_epi32(
-            _mm256_setzero_si256(), in, _mm256_add_epi32(mat, _mm256_set1_epi32(ms - 2)),
-            p.select.data, 1);
-        in &= _mm256_testn_epi32_mask(m1, _mm256_set1_epi32(static_cast<int>(0xffff0000u)));
-        if (!in)
-            return 0;
-    }
-    {
+    __m256i off;
+    int x0, y0;
+    __m256i g0, g1;
+    if (motion::NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
+        if (maskForm) {
+            __m256i m0, m1;
+            motion::RowNeighbours8(p.select.data, p.select.stride, W, off, x0, y0, &m0, &m1);
+            in &= _mm256_testn_epi32_mask(_mm256_or_si256(m0, m1), _mm256_set1_epi32(-1));
+            if (!in)
+                return 0;
+        }
+        motion::RowNeighbours8(p.previous.data, p.previous.stride, W, off, x0, y0, &g0, &g1);
+    } else {
+        if (maskForm) {
+            // The mask at the four neighbours, as the samples below: all four must be 0.
+            const int ms = static_cast<int>(p.select.stride);
+            const __m256i mat = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(ms)), ix);
+            const __m256i m0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, mat, p.select.data, 1);
+            in &= _mm256_testn_epi32_mask(m0, _mm256_set1_epi32(0xffff));
+            if (!in)
+                return 0;
+            const __m256i m1 = _mm256_mmask_i32gather_epi32(
+                _mm256_setzero_si256(), in, _mm256_add_epi32(mat, _mm256_set1_epi32(ms - 2)),
+                p.select.data, 1);
+            in &= _mm256_testn_epi32_mask(m1, _mm256_set1_epi32(static_cast<int>(0xffff0000u)));
+            if (!in)
+                return 0;
+        }
         const int stride = static_cast<int>(p.previous.stride);
         const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(stride)), ix);
-        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
-        const __m256i g1 = _mm256_mmask_i32gather_epi32(
+        g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
+        g1 = _mm256_mmask_i32gather_epi32(
             _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(stride - 2)),
             p.previous.data, 1);
-        p00 = _mm256_and_si256(g0, bytes);
-        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
-        p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
-        p11 = _mm256_srli_epi32(g1, 24);
     }
+    p00 = _mm256_and_si256(g0, bytes);
+    p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
+    p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
+    p11 = _mm256_srli_epi32(g1, 24);
     const __m512d q00 = _mm512_cvtepi32_pd(p00);
     const __m512d q10 = _mm512_cvtepi32_pd(p10);
     const __m512d q01 = _mm512_cvtepi32_pd(p01);

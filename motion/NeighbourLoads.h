@@ -1,0 +1,67 @@
+// NeighbourLoads: the bilinear neighbours of eight sampling positions for the AVX-512
+// pixel kernels, without gathers when the positions lie close together. When every
+// position that takes part lies in the row of lane 0 and 0 to 14 samples to its right,
+// as under a motion close to a translation, two 16-byte row loads and byte shuffles give
+// the same lanes as the kernels' two 32-bit gathers would (wherever a position takes
+// part; other lanes hold anything). Internal to the pixel kernels; x86-64 only.
+#ifndef MOTION_NEIGHBOURLOADS_H
+#define MOTION_NEIGHBOURLOADS_H
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define GME_NEIGHBOURS_AVX512 \
+    __attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl"), always_inline)) inline
+
+namespace motion {
+
+// Where the lanes `in` (of positions (ix, iy)) lie from lane 0's position (*x0, *y0):
+// true with their offsets in *off when lane 0 takes part and every lane that takes part
+// shares its row, 0 to 14 samples to its right.
+GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m256i ix, __m256i iy, __mmask8 in, __m256i* off,
+                                        int* x0, int* y0) {
+    if (!(in & 1))
+        return false;
+    const __m256i ix0 = _mm256_broadcastd_epi32(_mm256_castsi256_si128(ix));
+    const __m256i iy0 = _mm256_broadcastd_epi32(_mm256_castsi256_si128(iy));
+    *off = _mm256_sub_epi32(ix, ix0);
+    const __mmask8 near = _mm256_cmpeq_epi32_mask(iy, iy0) &
+                          _mm256_cmplt_epu32_mask(*off, _mm256_set1_epi32(15));
+    if (in & ~near)
+        return false;
+    *x0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(ix));
+    *y0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(iy));
+    return true;
+}
+
+// For an 8-bit plane of W samples a row, rows `stride` apart, and lanes near lane 0's
+// position (x0, y0) at offsets `off`: *g0 has P00, P10 in the low two bytes of each lane,
+// as a 32-bit gather at (x0 + off, y0) would; *g1 has P01, P11 in the high two bytes, as
+// a gather two bytes before (x0 + off, y0 + 1) would. The other bytes are 0.
+GME_NEIGHBOURS_AVX512 void RowNeighbours8(const std::uint8_t* data, std::ptrdiff_t stride, int W,
+                                          __m256i off, int x0, int y0, __m256i* g0,
+                                          __m256i* g1) {
+    // Sixteen bytes from lane 0's position, none read past the row's end: the
+    // neighbours of every lane that takes part lie among them.
+    const std::uint8_t* r0 = data + y0 * stride + x0;
+    const __mmask16 avail =
+        W - x0 >= 16 ? static_cast<__mmask16>(0xffff) : static_cast<__mmask16>((1u << (W - x0)) - 1);
+    const __m256i b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
+    const __m256i b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
+    // Byte indices (off, off + 1, none, none) and (none, none, off, off + 1), 0x80 for
+    // none; off <= 14 keeps the bytes of the sums apart.
+    const __m256i twice = _mm256_or_si256(off, _mm256_slli_epi32(off, 8));
+    *g0 = _mm256_shuffle_epi8(b0, _mm256_add_epi32(twice, _mm256_set1_epi32(static_cast<int>(0x80800100u))));
+    *g1 = _mm256_shuffle_epi8(
+        b1, _mm256_add_epi32(_mm256_slli_epi32(twice, 16), _mm256_set1_epi32(0x01008080)));
+}
+
+}  // namespace motion
+
+#endif  // __x86_64__
+
+#endif
