@@ -18,6 +18,7 @@
 
 #include "estimation/ObjectMaskScratch.h"
 #include "estimation/Workspace.h"
+#include "image/PlaneView.h"
 #include "image/YUVImage.h"
 #include "motion/GlobalMotionEstimator.h"
 
@@ -51,6 +52,16 @@ public:
     // that the `current` of the call before held, unchanged since, so the low-pass levels
     // made of them then serve again. A broken promise gives a wrong estimate.
     void PreviousIsLastCurrent();
+    // Asks the next EstimateFirst or Estimate to produce, in the same pass as its warp of
+    // `previous` for the object mask, the compensation GlobalMotionCompensator's
+    // CompensateWithMAE(previous, current, ..., 100) would make with the same parameters:
+    // written into `out` (previous's size), its error against `current` kept. The request
+    // ends with that call; then SharedCompensationResult tells what came of it.
+    void ShareCompensation(ormel::YUVImage& previous, ormel::PlaneView out,
+                           ormel::ConstPlaneView current);
+    // True when the last driver call made the shared compensation: a[0..5] its
+    // parameters, *mae its mean absolute error (NaN when no pixel was inside).
+    bool SharedCompensationResult(double* a, double* mae) const;
     // model's parameter vector becomes a[0..5].
     void UpdateParameters(double* a);
 

@@ -72,6 +72,12 @@ void BuildFramePyramids(estimation::Workspace& w, ormel::YUVImage& current,
     w.current.Build(current, levels);
 }
 
+// Ends a ShareCompensation request with the driver call that served it.
+struct ShareEnds {
+    estimation::Workspace& w;
+    ~ShareEnds() { w.shared.previous = nullptr; }
+};
+
 }  // namespace
 
 void BinGlobalMotionEstimator::PreviousIsLastCurrent() { scratch.previousIsLastCurrent = true; }
@@ -83,6 +89,7 @@ void BinGlobalMotionEstimator::UpdateParameters(double* a) {
 
 void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YUVImage& previous,
                                              BinImage& binImage, int* err) {
+    const ShareEnds ends{scratch};
     const int levels = level < 1 ? 1 : level;
     estimation::FramePyramid& curr = scratch.current;
     estimation::FramePyramid& prev = scratch.previous;
@@ -112,6 +119,7 @@ void BinGlobalMotionEstimator::EstimateFirst(ormel::YUVImage& current, ormel::YU
 
 void BinGlobalMotionEstimator::Estimate(ormel::YUVImage& current, ormel::YUVImage& previous,
                                         BinImage& binaryObject, int* err) {
+    const ShareEnds ends{scratch};
     const int levels = level < 1 ? 1 : level;
     const int W = current.Width(ormel::Y_COMP), H = current.Height(ormel::Y_COMP);
     estimation::FramePyramid& curr = scratch.current;

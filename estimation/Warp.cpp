@@ -34,8 +34,46 @@ void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, double* a,
     const LumaPlane comp(compImage);
     if (!comp.Covers(prev.width, prev.height, "Compensate", "compImage"))
         return;
+    estimation::SharedCompensation& shared = scratch.shared;
+    if (shared.previous == &previous && !shared.done && shared.out.width >= prev.width &&
+        shared.out.height >= prev.height && shared.current.width >= prev.width &&
+        shared.current.height >= prev.height) {
+        // The compensator's band with th = 100: every pixel written from previous counts.
+        motion::ErrorBand band;
+        band.current = shared.current;
+        band.colLow = prev.width * 100 / 100;
+        band.colHigh = prev.width - band.colLow;
+        band.rowLow = prev.height * 100 / 100;
+        band.rowHigh = prev.height - band.rowLow;
+        shared.error = motion::WarpAffineBoth(ormel::ConstView(ormel::LumaView(previous)), a,
+                                              ormel::LumaView(compImage), shared.out, band,
+                                              scratch.warp, numeric::BestVectorUnit());
+        for (int i = 0; i < 6; ++i)
+            shared.a[i] = a[i];
+        shared.done = true;
+        return;
+    }
     motion::WarpAffine(ormel::ConstView(ormel::LumaView(previous)), a, ormel::LumaView(compImage),
                        motion::BilinearOrder::kEstimator, scratch.warp, numeric::BestVectorUnit());
+}
+
+void BinGlobalMotionEstimator::ShareCompensation(ormel::YUVImage& previous, ormel::PlaneView out,
+                                                 ormel::ConstPlaneView current) {
+    scratch.shared = estimation::SharedCompensation();
+    scratch.shared.previous = &previous;
+    scratch.shared.out = out;
+    scratch.shared.current = current;
+}
+
+bool BinGlobalMotionEstimator::SharedCompensationResult(double* a, double* mae) const {
+    const estimation::SharedCompensation& shared = scratch.shared;
+    if (!shared.done)
+        return false;
+    for (int i = 0; i < 6; ++i)
+        a[i] = shared.a[i];
+    // An integer sum is exact in double; 0 / 0 is NaN, as the compensator gives.
+    *mae = static_cast<double>(shared.error.sum) / static_cast<double>(shared.error.count);
+    return true;
 }
 
 void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, ormel::YUVImage& compImage) {

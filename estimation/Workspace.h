@@ -9,9 +9,22 @@
 
 #include "estimation/FramePyramid.h"
 #include "estimation/IncrementSums.h"
+#include "image/PlaneView.h"
+#include "image/YUVImage.h"
 #include "motion/AffineWarp.h"
 
 namespace estimation {
+
+// The compensator's warp asked of the estimator's own warp of `previous` (the object
+// mask's): see BinGlobalMotionEstimator::ShareCompensation.
+struct SharedCompensation {
+    const ormel::YUVImage* previous = nullptr;   // null: nothing asked
+    ormel::PlaneView out;
+    ormel::ConstPlaneView current;
+    bool done = false;
+    double a[6] = {};
+    motion::WarpError error;
+};
 
 struct Workspace {
     motion::WarpScratch warp;         // position terms of the estimator's warps
@@ -27,6 +40,7 @@ struct Workspace {
     FramePyramid current, previous, mask;
     // Set by PreviousIsLastCurrent, taken by the next driver call.
     bool previousIsLastCurrent = false;
+    SharedCompensation shared;
 };
 
 }  // namespace estimation

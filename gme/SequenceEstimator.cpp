@@ -17,6 +17,7 @@
 #endif
 
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "image/PlaneView.h"
 #include "image/YUVImage.h"
 #include "motion/GlobalMotionCompensator.h"
 #include "motion/MotionModel.h"
@@ -150,6 +151,10 @@ std::optional<PairResult> SequenceEstimator::push(const std::uint8_t* luma, int 
         }
 
         const std::clock_t t1 = std::clock();
+        // The compensation comes out of the estimator's last warp of the previous frame
+        // when the model is the one that warp used (an accepted pair).
+        s.estimator.ShareCompensation(*s.previous, ormel::LumaView(s.compensated),
+                                      ormel::ConstView(ormel::LumaView(*s.current)));
         if (s.frames == 2) {
             s.estimator.EstimateFirst(*s.current, *s.previous, s.mask, &s.err);
         } else {
@@ -159,12 +164,16 @@ std::optional<PairResult> SequenceEstimator::push(const std::uint8_t* luma, int 
         }
         const std::clock_t t2 = std::clock();
         s.model = s.estimator.GetModel();
-        s.compensator.SetModel(s.model);
+        const std::vector<double> p = s.model.getParameterVector();
         PairResult r;
-        r.mae = s.compensator.CompensateWithMAE(*s.previous, *s.current, s.compensated, 100);
+        double shared[6];
+        if (!s.estimator.SharedCompensationResult(shared, &r.mae) || p.size() != 6 ||
+            std::memcmp(shared, p.data(), sizeof shared) != 0) {
+            s.compensator.SetModel(s.model);
+            r.mae = s.compensator.CompensateWithMAE(*s.previous, *s.current, s.compensated, 100);
+        }
         const std::clock_t t3 = std::clock();
 
-        const std::vector<double> p = s.model.getParameterVector();
         for (size_t i = 0; i < r.params.size(); ++i)
             r.params[i] = i < p.size() ? p[i] : 0.0;
         r.accepted = s.estimator.accepted;

@@ -32,6 +32,9 @@ struct Job {
     double a2;
     double a5;
     const ErrorBand* band;   // null: no error
+    // When not empty, also the compensator's order into `second` (out then takes the
+    // estimator's), and the error is that of `second`.
+    PlaneView second;
 };
 
 // Whether row y and column x lie in the band.
@@ -65,6 +68,8 @@ void WarpPixels(const Job& j, int y, int x0, int x1, bool counted, WarpError* er
         // truncation is the floor.
         if (!(dispX >= 0 && dispX < xLimit && dispY >= 0 && dispY < yLimit)) {
             d[x] = 0;
+            if (j.second.data)
+                j.second.Row(y)[x] = 0;
             continue;
         }
         const int ix = static_cast<int>(dispX);
@@ -79,6 +84,13 @@ void WarpPixels(const Job& j, int y, int x0, int x1, bool counted, WarpError* er
         if (v > 255)
             v = 255;
         d[x] = static_cast<std::uint8_t>(v);
+        if (j.second.data) {
+            v = static_cast<int>(Bilinear<BilinearOrder::kCompensator>(p0[0], p0[1], p1[0], p1[1],
+                                                                        fx, gx, fy, gy));
+            if (v > 255)
+                v = 255;
+            j.second.Row(y)[x] = static_cast<std::uint8_t>(v);
+        }
         if (c && ColumnCounted(*j.band, x)) {
             err->sum += std::abs(v - c[x]);
             ++err->count;
@@ -132,6 +144,7 @@ GME_AVX2 WarpError WarpAvx2(const Job& j) {
         const __m256d rowX = _mm256_set1_pd(y * j.a2);
         const __m256d rowY = _mm256_set1_pd(y * j.a5);
         std::uint8_t* d = j.out.Row(y);
+        std::uint8_t* d2 = j.second.data ? j.second.Row(y) : nullptr;
         const bool counted = j.band && RowCounted(*j.band, y);
         const std::uint8_t* c = counted ? j.band->current.Row(y) : nullptr;
         __m128i sum = _mm_setzero_si128();
@@ -161,10 +174,17 @@ GME_AVX2 WarpError WarpAvx2(const Job& j) {
             const __m256d fy = _mm256_sub_pd(dy, y1);
             const __m256d gy = _mm256_sub_pd(_mm256_add_pd(y1, one), dy);
             const __m256d s = Bilinear4<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
-            const __m128i v = _mm_and_si128(_mm_min_epi32(_mm256_cvttpd_epi32(s), maxValue), in);
+            __m128i v = _mm_and_si128(_mm_min_epi32(_mm256_cvttpd_epi32(s), maxValue), in);
             const __m128i packed = _mm_packus_epi16(_mm_packus_epi32(v, v), v);
             const int four = _mm_cvtsi128_si32(packed);
             __builtin_memcpy(d + x, &four, 4);
+            if (d2) {
+                const __m256d s2 =
+                    Bilinear4<BilinearOrder::kCompensator>(p00, p10, p01, p11, fx, gx, fy, gy);
+                v = _mm_and_si128(_mm_min_epi32(_mm256_cvttpd_epi32(s2), maxValue), in);
+                const int four2 = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packus_epi32(v, v), v));
+                __builtin_memcpy(d2 + x, &four2, 4);
+            }
             if (c) {
                 int cur4;
                 __builtin_memcpy(&cur4, c + x, 4);
@@ -218,6 +238,7 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
         const __m512d rowX = _mm512_set1_pd(y * j.a2);
         const __m512d rowY = _mm512_set1_pd(y * j.a5);
         std::uint8_t* d = j.out.Row(y);
+        std::uint8_t* d2 = j.second.data ? j.second.Row(y) : nullptr;
         const bool counted = j.band && RowCounted(*j.band, y);
         const std::uint8_t* c = counted ? j.band->current.Row(y) : nullptr;
         __m256i sum = _mm256_setzero_si256();
@@ -248,9 +269,15 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
             const __m512d fy = _mm512_sub_pd(dy, y1);
             const __m512d gy = _mm512_sub_pd(_mm512_add_pd(y1, one), dy);
             const __m512d s = Bilinear8<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
-            const __m256i v =
+            __m256i v =
                 _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s), maxValue));
             _mm_mask_storeu_epi8(d + x, live, _mm256_cvtepi32_epi8(v));
+            if (d2) {
+                const __m512d s2 =
+                    Bilinear8<BilinearOrder::kCompensator>(p00, p10, p01, p11, fx, gx, fy, gy);
+                v = _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s2), maxValue));
+                _mm_mask_storeu_epi8(d2 + x, live, _mm256_cvtepi32_epi8(v));
+            }
             if (c) {
                 const __m256i cv = _mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(live, c + x));
                 const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
@@ -286,7 +313,8 @@ WarpError Dispatch(const Job& j, numeric::VectorUnit unit) {
 }
 
 WarpError Run(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder order,
-              const ErrorBand* band, WarpScratch& scratch, numeric::VectorUnit unit) {
+              const ErrorBand* band, PlaneView second, WarpScratch& scratch,
+              numeric::VectorUnit unit) {
     if (prev.width <= 0 || prev.height <= 0)
         return WarpError();
     const int W = prev.width;
@@ -299,7 +327,7 @@ WarpError Run(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder
         colX[x] = a[0] + x * a[1];
         colY[x] = a[3] + x * a[4];
     }
-    const Job j{prev, out, colX, colY, a[2], a[5], band};
+    const Job j{prev, out, colX, colY, a[2], a[5], band, second};
     return order == BilinearOrder::kEstimator ? Dispatch<BilinearOrder::kEstimator>(j, unit)
                                               : Dispatch<BilinearOrder::kCompensator>(j, unit);
 }
@@ -308,12 +336,17 @@ WarpError Run(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder
 
 void WarpAffine(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder order,
                 WarpScratch& scratch, numeric::VectorUnit unit) {
-    Run(prev, a, out, order, nullptr, scratch, unit);
+    Run(prev, a, out, order, nullptr, PlaneView(), scratch, unit);
 }
 
 WarpError WarpAffine(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder order,
                      const ErrorBand& band, WarpScratch& scratch, numeric::VectorUnit unit) {
-    return Run(prev, a, out, order, &band, scratch, unit);
+    return Run(prev, a, out, order, &band, PlaneView(), scratch, unit);
+}
+
+WarpError WarpAffineBoth(ConstPlaneView prev, const double* a, PlaneView out, PlaneView second,
+                         const ErrorBand& band, WarpScratch& scratch, numeric::VectorUnit unit) {
+    return Run(prev, a, out, BilinearOrder::kEstimator, &band, second, scratch, unit);
 }
 
 }  // namespace motion

@@ -53,6 +53,13 @@ WarpError WarpAffine(ormel::ConstPlaneView prev, const double* a, ormel::PlaneVi
                      BilinearOrder order, const ErrorBand& band, WarpScratch& scratch,
                      numeric::VectorUnit unit);
 
+// Both orders from one pass over the positions: out gets the kEstimator warp, second the
+// kCompensator one, and the error is that of second. The same bytes and error as the two
+// warps one after the other.
+WarpError WarpAffineBoth(ormel::ConstPlaneView prev, const double* a, ormel::PlaneView out,
+                         ormel::PlaneView second, const ErrorBand& band, WarpScratch& scratch,
+                         numeric::VectorUnit unit);
+
 }  // namespace motion
 
 #endif

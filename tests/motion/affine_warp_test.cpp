@@ -107,6 +107,21 @@ TEST(AffineWarp, EveryUnitMatchesThePlainFormulasOnOddPlanes) {
                     EXPECT_EQ(e.sum, sum);
                     EXPECT_EQ(e.count, count);
                     ++cases;
+                    if (order != BilinearOrder::kCompensator)
+                        continue;
+                    // Both orders in one pass, the error that of the compensator's.
+                    Plane first(W, H, W + 2, rng), second(W, H, W, rng);
+                    const motion::WarpError both = motion::WarpAffineBoth(
+                        ormel::ConstView(prev.view), a, first.view, second.view, band, scratch, unit);
+                    for (int y = 0; y < H; ++y)
+                        for (int x = 0; x < W; ++x) {
+                            ASSERT_EQ(first.view.Row(y)[x],
+                                      std::max(WarpRef(prev.view, a, x, y, BilinearOrder::kEstimator), 0))
+                                << "both, at " << x << ", " << y;
+                            ASSERT_EQ(second.view.Row(y)[x], out.view.Row(y)[x]) << "both, at " << x << ", " << y;
+                        }
+                    EXPECT_EQ(both.sum, sum);
+                    EXPECT_EQ(both.count, count);
                 }
             }
         }
