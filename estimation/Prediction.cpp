@@ -107,15 +107,12 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
         }
     int* xs = w.predictPositions.data();
     int* ys = xs + n;
-    for (int k = 0; k < kCandidates; ++k)
+    // The first candidate moves every pixel by the whole translation (a[0], a[3]): its
+    // score is the one the translation stage gave that translation.
+    saerr[0] = saerr[best];
+    for (int k = 1; k < kCandidates; ++k)
         saerr[k] = 0;
     for (int y = 0; y < H; ++y) {
-        const int y0 = CoRound(y + a[3]);
-        for (int x = 0; x < W; ++x) {
-            xs[x] = CoRound(x + a[0]);
-            ys[x] = y0;
-        }
-        saerr[0] += RowError(cur, prev, mask, y, xs, ys);
         for (int k = 1; k < kCandidates; ++k) {
             const double rowX = y * cand[k][2];
             const double rowY = y * cand[k][5];
