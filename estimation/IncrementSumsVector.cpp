@@ -69,12 +69,14 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     if (motion::NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
         if (maskForm) {
             __m256i m0, m1;
-            motion::RowNeighbours8(p.select.data, p.select.stride, W, off, x0, y0, &m0, &m1);
+            motion::RowNeighbours8(p.select.data, p.select.stride, W,
+                                   p.select.Row(H - 1) + W, off, x0, y0, &m0, &m1);
             in &= _mm256_testn_epi32_mask(_mm256_or_si256(m0, m1), _mm256_set1_epi32(-1));
             if (!in)
                 return 0;
         }
-        motion::RowNeighbours8(p.previous.data, p.previous.stride, W, off, x0, y0, &g0, &g1);
+        motion::RowNeighbours8(p.previous.data, p.previous.stride, W,
+                               p.previous.Row(H - 1) + W, off, x0, y0, &g0, &g1);
     } else {
         if (maskForm) {
             // The mask at the four neighbours, as the samples below: all four must be 0.

@@ -38,20 +38,28 @@ GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m256i ix, __m256i iy, __mmask8 in, __m
     return true;
 }
 
-// For an 8-bit plane of W samples a row, rows `stride` apart, and lanes near lane 0's
-// position (x0, y0) at offsets `off`: *g0 has P00, P10 in the low two bytes of each lane,
-// as a 32-bit gather at (x0 + off, y0) would; *g1 has P01, P11 in the high two bytes, as
-// a gather two bytes before (x0 + off, y0 + 1) would. The other bytes are 0.
+// For an 8-bit plane of W samples a row, rows `stride` apart, ending at `end` (one past
+// its last sample), and lanes near lane 0's position (x0, y0) at offsets `off`: *g0 has
+// P00, P10 in the low two bytes of each lane, as a 32-bit gather at (x0 + off, y0) would;
+// *g1 has P01, P11 in the high two bytes, as a gather two bytes before (x0 + off, y0 + 1)
+// would. The other bytes are 0.
 GME_NEIGHBOURS_AVX512 void RowNeighbours8(const std::uint8_t* data, std::ptrdiff_t stride, int W,
-                                          __m256i off, int x0, int y0, __m256i* g0,
-                                          __m256i* g1) {
-    // Sixteen bytes from lane 0's position, none read past the row's end: the
-    // neighbours of every lane that takes part lie among them.
+                                          const std::uint8_t* end, __m256i off, int x0, int y0,
+                                          __m256i* g0, __m256i* g1) {
+    // Sixteen bytes from lane 0's position in both rows: the neighbours of every lane that
+    // takes part lie among them. Near the end of the plane the bytes past it are not read.
     const std::uint8_t* r0 = data + y0 * stride + x0;
-    const __mmask16 avail =
-        W - x0 >= 16 ? static_cast<__mmask16>(0xffff) : static_cast<__mmask16>((1u << (W - x0)) - 1);
-    const __m256i b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
-    const __m256i b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
+    __m256i b0, b1;
+    if (end - (r0 + stride) >= 16) {
+        b0 = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
+        b1 = _mm256_broadcastsi128_si256(
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + stride)));
+    } else {
+        const __mmask16 avail = W - x0 >= 16 ? static_cast<__mmask16>(0xffff)
+                                             : static_cast<__mmask16>((1u << (W - x0)) - 1);
+        b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
+        b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
+    }
     // Byte indices (off, off + 1, none, none) and (none, none, off, off + 1), 0x80 for
     // none; off <= 14 keeps the bytes of the sums apart.
     const __m256i twice = _mm256_or_si256(off, _mm256_slli_epi32(off, 8));
