@@ -8,13 +8,13 @@
 
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/IncrementSums.h"
-#include "estimation/LumaPlane.h"
+#include "estimation/PlaneCheck.h"
 #include "image/PlaneView.h"
 #include "motion/AffineWarp.h"
 #include "numeric/VectorUnit.h"
 #include "numeric/numeric.h"
 
-using estimation::LumaPlane;
+using estimation::Covers;
 
 namespace {
 
@@ -22,7 +22,7 @@ constexpr int kDim = 6;
 
 // Sum of |previous(x + dx, y + dy) - current(x, y)| over the pixels of current whose
 // shifted position lies inside current's size. An integer sum: any order gives it.
-long long ShiftedSad(const LumaPlane& cur, const LumaPlane& prev, int dx, int dy) {
+long long ShiftedSad(const ormel::PlaneView& cur, const ormel::PlaneView& prev, int dx, int dy) {
     const int W = cur.width;
     const int H = cur.height;
     const int x0 = dx < 0 ? -dx : 0;
@@ -98,9 +98,9 @@ void ThresholdUse(ormel::ConstPlaneView cur, std::uint8_t* plane, int threshErr,
 
 void BinGlobalMotionEstimator::InitialEstimate(ormel::YUVImage& current, ormel::YUVImage& previous,
                                                double* dx, double* dy) {
-    const LumaPlane cur(current);
-    const LumaPlane prev(previous);
-    if (!prev.Covers(cur.width, cur.height, "InitialEstimate", "previous"))
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    if (!Covers(prev, cur.width, cur.height, "InitialEstimate", "previous"))
         return;
     long long minerr = 100000000;   // kept across the rounds: a candidate must beat them all
     const int stepmax = 4;
@@ -129,13 +129,13 @@ void BinGlobalMotionEstimator::InitialEstimate(ormel::YUVImage& current, ormel::
 
 void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUVImage& previous,
                                             int threshErr, double* a, double* da) {
-    const LumaPlane cur(current);
-    const LumaPlane prev(previous);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView prev = ormel::LumaView(previous);
     const int W = prev.width;
     const int H = prev.height;
     // The difference image spans current and is read over previous: the two must agree.
-    if (!cur.Covers(W, H, "MotionAadapt", "current") ||
-        !prev.Covers(cur.width, cur.height, "MotionAadapt", "previous")) {
+    if (!Covers(cur, W, H, "MotionAadapt", "current") ||
+        !Covers(prev, cur.width, cur.height, "MotionAadapt", "previous")) {
         for (int i = 0; i < kDim; ++i)
             da[i] = 0.0;
         return;
@@ -156,13 +156,13 @@ void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUV
 
 void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUVImage& previous,
                                             ormel::YUVImage& binObject, double* a, double* da) {
-    const LumaPlane cur(current);
-    const LumaPlane prev(previous);
-    const LumaPlane mask(binObject);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    const ormel::PlaneView mask = ormel::LumaView(binObject);
     const int W = prev.width;
     const int H = prev.height;
-    if (!cur.Covers(W, H, "MotionAadapt", "current") ||
-        !mask.Covers(W, H, "MotionAadapt", "binObject")) {
+    if (!Covers(cur, W, H, "MotionAadapt", "current") ||
+        !Covers(mask, W, H, "MotionAadapt", "binObject")) {
         for (int i = 0; i < kDim; ++i)
             da[i] = 0.0;
         return;

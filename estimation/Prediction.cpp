@@ -3,10 +3,11 @@
 #include <cstdlib>
 
 #include "estimation/BinGlobalMotionEstimator.h"
-#include "estimation/LumaPlane.h"
+#include "estimation/PlaneCheck.h"
+#include "image/PlaneView.h"
 #include "numeric/numeric.h"
 
-using estimation::LumaPlane;
+using estimation::Covers;
 
 namespace {
 
@@ -14,7 +15,7 @@ constexpr int kCandidates = 4;   // zero, past, acceleration, average: ties go t
 
 // Sum of |previous(xs[x], ys[x]) - current(x, y)| over the x of row y whose position lies
 // inside W x H with the mask 0 there. An integer sum: any pixel order gives it.
-long long RowError(const LumaPlane& cur, const LumaPlane& prev, const LumaPlane& mask, int y,
+long long RowError(const ormel::PlaneView& cur, const ormel::PlaneView& prev, const ormel::PlaneView& mask, int y,
                    const int* xs, const int* ys) {
     const int W = cur.width;
     const int H = cur.height;
@@ -43,12 +44,12 @@ int FirstMinimum(const long long* err) {
 
 void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage& previous,
                                        ormel::YUVImage& binObject, double** p, double* a) {
-    const LumaPlane cur(current);
-    const LumaPlane prev(previous);
-    const LumaPlane mask(binObject);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    const ormel::PlaneView mask = ormel::LumaView(binObject);
     const int W = cur.width;
     const int H = cur.height;
-    if (!prev.Covers(W, H, "Predict", "previous") || !mask.Covers(W, H, "Predict", "binObject"))
+    if (!Covers(prev, W, H, "Predict", "previous") || !Covers(mask, W, H, "Predict", "binObject"))
         return;
 
     // The history holds five vectors: the indices 3, 4 and the divisor 5.0 follow from it.

@@ -3,18 +3,19 @@
 // left borders are replicated, an odd last row or column is dropped.
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/Downsample.h"
-#include "estimation/LumaPlane.h"
+#include "estimation/PlaneCheck.h"
+#include "image/PlaneView.h"
 #include "image/VidsFile.h"
 
-using estimation::LumaPlane;
+using estimation::Covers;
 
 int BinGlobalMotionEstimator::HorFilter(ormel::YUVImage& inputImage, ormel::YUVImage& outputImage) {
-    const LumaPlane in(inputImage);
-    const LumaPlane out(outputImage);
+    const ormel::PlaneView in = ormel::LumaView(inputImage);
+    const ormel::PlaneView out = ormel::LumaView(outputImage);
     const int W = in.width;
     const int H = in.height;
     const int ow = W / 2;
-    if (!out.Covers(ow, H, "HorFilter", "outputImage"))
+    if (!Covers(out, ow, H, "HorFilter", "outputImage"))
         return 0;
     for (int y = 0; y < H && ow > 0; ++y) {
         const unsigned char* s = in.Row(y);
@@ -30,12 +31,12 @@ int BinGlobalMotionEstimator::HorFilter(ormel::YUVImage& inputImage, ormel::YUVI
 }
 
 int BinGlobalMotionEstimator::VerFilter(ormel::YUVImage& inputImage, ormel::YUVImage& outputImage) {
-    const LumaPlane in(inputImage);
-    const LumaPlane out(outputImage);
+    const ormel::PlaneView in = ormel::LumaView(inputImage);
+    const ormel::PlaneView out = ormel::LumaView(outputImage);
     const int W = in.width;
     const int H = in.height;
     const int oh = H / 2;
-    if (!out.Covers(W, oh, "VerFilter", "outputImage"))
+    if (!Covers(out, W, oh, "VerFilter", "outputImage"))
         return 0;
     for (int y = 0; y < oh; ++y) {
         const int yy = 2 * y;
@@ -50,8 +51,8 @@ int BinGlobalMotionEstimator::VerFilter(ormel::YUVImage& inputImage, ormel::YUVI
 }
 
 int BinGlobalMotionEstimator::GaussFilter(ormel::YUVImage& inputImage, ormel::YUVImage& outputImage) {
-    const LumaPlane in(inputImage);
-    const LumaPlane out(outputImage);
+    const ormel::PlaneView in = ormel::LumaView(inputImage);
+    const ormel::PlaneView out = ormel::LumaView(outputImage);
     if (in.data && out.data && out.width >= in.width / 2 && out.height >= in.height / 2) {
         // Both steps in one pass, the same bytes.
         estimation::DownsampleHalf(ormel::ConstView(ormel::LumaView(inputImage)),

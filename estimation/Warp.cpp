@@ -6,16 +6,17 @@
 #include <vector>
 
 #include "estimation/BinGlobalMotionEstimator.h"
-#include "estimation/LumaPlane.h"
+#include "estimation/PlaneCheck.h"
+#include "image/PlaneView.h"
 #include "motion/AffineWarp.h"
 #include "numeric/VectorUnit.h"
 
-using estimation::LumaPlane;
+using estimation::Covers;
 
 namespace {
 
 // Sum of |a - b| over the W x H region at the origin; an integer sum, exact in any order.
-long long SumAbsDiff(const LumaPlane& a, const LumaPlane& b, int W, int H) {
+long long SumAbsDiff(const ormel::PlaneView& a, const ormel::PlaneView& b, int W, int H) {
     long long sum = 0;
     for (int y = 0; y < H; ++y) {
         const unsigned char* p = a.Row(y);
@@ -30,9 +31,9 @@ long long SumAbsDiff(const LumaPlane& a, const LumaPlane& b, int W, int H) {
 
 void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, double* a,
                                           ormel::YUVImage& compImage) {
-    const LumaPlane prev(previous);
-    const LumaPlane comp(compImage);
-    if (!comp.Covers(prev.width, prev.height, "Compensate", "compImage"))
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    const ormel::PlaneView comp = ormel::LumaView(compImage);
+    if (!Covers(comp, prev.width, prev.height, "Compensate", "compImage"))
         return;
     estimation::SharedCompensation& shared = scratch.shared;
     if (shared.previous == &previous && !shared.done && shared.out.width >= prev.width &&
@@ -100,11 +101,11 @@ double BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, ormel::YU
     double a[6];
     for (int i = 0; i < 6; ++i)
         a[i] = p[i];
-    const LumaPlane prev(previous);
-    const LumaPlane comp(compImage);
-    const LumaPlane cur(current);
-    if (!comp.Covers(prev.width, prev.height, "Compensate", "compImage") ||
-        !cur.Covers(prev.width, prev.height, "Compensate", "current"))
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    const ormel::PlaneView comp = ormel::LumaView(compImage);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    if (!Covers(comp, prev.width, prev.height, "Compensate", "compImage") ||
+        !Covers(cur, prev.width, prev.height, "Compensate", "current"))
         return 0.0;
     motion::ErrorBand all;
     all.current = ormel::ConstView(ormel::LumaView(current));
@@ -118,12 +119,12 @@ double BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, ormel::YU
 
 void BinGlobalMotionEstimator::Accuracy(ormel::YUVImage& currentImage, ormel::YUVImage& compImage,
                                         ormel::YUVImage& diffImage) {
-    const LumaPlane cur(currentImage);
-    const LumaPlane comp(compImage);
-    const LumaPlane diff(diffImage);
+    const ormel::PlaneView cur = ormel::LumaView(currentImage);
+    const ormel::PlaneView comp = ormel::LumaView(compImage);
+    const ormel::PlaneView diff = ormel::LumaView(diffImage);
     const int W = cur.width;
     const int H = cur.height;
-    if (!comp.Covers(W, H, "Accuracy", "compImage") || !diff.Covers(W, H, "Accuracy", "diffImage"))
+    if (!Covers(comp, W, H, "Accuracy", "compImage") || !Covers(diff, W, H, "Accuracy", "diffImage"))
         return;
     for (int y = 0; y < H; ++y) {
         const unsigned char* c = cur.Row(y);
@@ -136,32 +137,32 @@ void BinGlobalMotionEstimator::Accuracy(ormel::YUVImage& currentImage, ormel::YU
 
 double BinGlobalMotionEstimator::CriterionFunctionMAE(ormel::YUVImage& current,
                                                       ormel::YUVImage& compImage) {
-    const LumaPlane cur(current);
-    const LumaPlane comp(compImage);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView comp = ormel::LumaView(compImage);
     const int W = comp.width;
     const int H = comp.height;
-    if (!cur.Covers(W, H, "CriterionFunctionMAE", "current"))
+    if (!Covers(cur, W, H, "CriterionFunctionMAE", "current"))
         return 0.0;
     return static_cast<double>(SumAbsDiff(comp, cur, W, H)) / (static_cast<double>(W) * H);
 }
 
 int BinGlobalMotionEstimator::CriterionFunctionSAD(ormel::YUVImage& current, ormel::YUVImage& predict) {
-    const LumaPlane cur(current);
-    const LumaPlane pred(predict);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView pred = ormel::LumaView(predict);
     const int W = cur.width;
     const int H = cur.height;
-    if (!pred.Covers(W, H, "CriterionFunctionSAD", "predict"))
+    if (!Covers(pred, W, H, "CriterionFunctionSAD", "predict"))
         return 0;
     return static_cast<int>(SumAbsDiff(cur, pred, W, H));
 }
 
 double BinGlobalMotionEstimator::CriterionFunctionCMAE(ormel::YUVImage& current,
                                                        ormel::YUVImage& compImage, int th) {
-    const LumaPlane cur(current);
-    const LumaPlane comp(compImage);
+    const ormel::PlaneView cur = ormel::LumaView(current);
+    const ormel::PlaneView comp = ormel::LumaView(compImage);
     const int W = comp.width;
     const int H = comp.height;
-    if (!cur.Covers(W, H, "CriterionFunctionCMAE", "current"))
+    if (!Covers(cur, W, H, "CriterionFunctionCMAE", "current"))
         return 0.0;
     const int thy = static_cast<int>(static_cast<long long>(H) * th / 100);
     const int thx = static_cast<int>(static_cast<long long>(W) * th / 100);
@@ -188,7 +189,7 @@ double BinGlobalMotionEstimator::CriterionFunctionCMAE(ormel::YUVImage& current,
 
 void BinGlobalMotionEstimator::CalOutlier(ormel::YUVImage& current, ormel::YUVImage& previous,
                                           double* a, int* thresh) {
-    const LumaPlane cur(current);
+    const ormel::PlaneView cur = ormel::LumaView(current);
     const int W = cur.width;
     const int H = cur.height;
     const long long size = static_cast<long long>(W) * H;
@@ -196,12 +197,14 @@ void BinGlobalMotionEstimator::CalOutlier(ormel::YUVImage& current, ormel::YUVIm
         std::cout << "BinGlobalMotionEstimator::CalOutlier: current has no pixels" << std::endl;
         return;
     }
-    if (!LumaPlane(previous).Covers(W, H, "CalOutlier", "previous"))
+    if (!Covers(ormel::LumaView(previous), W, H, "CalOutlier", "previous"))
         return;
-    ormel::YUVImage compImage(previous);
-    ormel::YUVImage diffImage(previous);
-    Compensate(previous, a, compImage);
-    Accuracy(current, compImage, diffImage);
+    // previous warped with a over its own size, in the estimator's scratch.
+    const ormel::PlaneView prev = ormel::LumaView(previous);
+    scratch.compensated.resize(static_cast<size_t>(prev.width) * prev.height);
+    const ormel::PlaneView comp{scratch.compensated.data(), prev.width, prev.height, prev.width};
+    motion::WarpAffine(ormel::ConstView(prev), a, comp, motion::BilinearOrder::kEstimator,
+                       scratch.warp, numeric::BestVectorUnit());
 
     long long pel = static_cast<long long>(size * (1.0 - percent));
     if (pel < 0 || pel >= size) {
@@ -210,14 +213,14 @@ void BinGlobalMotionEstimator::CalOutlier(ormel::YUVImage& current, ormel::YUVIm
                   << std::endl;
         pel = pel < 0 ? 0 : size - 1;
     }
-    // The value at index pel of the differences sorted in ascending order. They are
-    // bytes, so a histogram finds it without sorting.
+    // The value at index pel of the differences |current - warped| sorted in ascending
+    // order. They are bytes, so a histogram finds it without sorting.
     long long histogram[256] = {};
-    const LumaPlane diff(diffImage);
     for (int y = 0; y < H; ++y) {
-        const unsigned char* d = diff.Row(y);
+        const unsigned char* c = cur.Row(y);
+        const unsigned char* w = comp.Row(y);
         for (int x = 0; x < W; ++x)
-            ++histogram[d[x]];
+            ++histogram[c[x] > w[x] ? c[x] - w[x] : w[x] - c[x]];
     }
     long long below = 0;
     int value = 0;
