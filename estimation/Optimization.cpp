@@ -6,6 +6,10 @@
 #include <iostream>
 #include <vector>
 
+#if defined(__SSE2__) && defined(__x86_64__)
+#include <emmintrin.h>
+#endif
+
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/IncrementSums.h"
 #include "estimation/PlaneCheck.h"
@@ -33,10 +37,18 @@ long long ShiftedSad(const ormel::PlaneView& cur, const ormel::PlaneView& prev, 
     for (int y = y0; y < y1; ++y) {
         const unsigned char* c = cur.Row(y);
         const unsigned char* p = prev.Row(y + dy) + dx;
-        int row = 0;   // at most 255 * width: fits
-        for (int x = x0; x < x1; ++x)
-            row += std::abs(p[x] - c[x]);
-        sum += row;
+        int x = x0;
+#if defined(__SSE2__) && defined(__x86_64__)
+        // Sums of absolute differences of sixteen bytes into two 64-bit lanes.
+        __m128i lanes = _mm_setzero_si128();
+        for (; x + 16 <= x1; x += 16)
+            lanes = _mm_add_epi64(
+                lanes, _mm_sad_epu8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + x)),
+                                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(c + x))));
+        sum += _mm_cvtsi128_si64(lanes) + _mm_cvtsi128_si64(_mm_unpackhi_epi64(lanes, lanes));
+#endif
+        for (; x < x1; ++x)
+            sum += std::abs(p[x] - c[x]);
     }
     return sum;
 }
