@@ -142,10 +142,9 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     return in;
 }
 
-// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to + l * step (64-byte
-// aligned).
-GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8], double* to,
-                                                                 std::size_t step) {
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (64-byte aligned).
+GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8],
+                                                                 double* const to[8]) {
     const __m512d t0 = _mm512_unpacklo_pd(v[0], v[1]);   // lanes 0, 2, 4, 6 of v0, v1
     const __m512d t1 = _mm512_unpackhi_pd(v[0], v[1]);   // lanes 1, 3, 5, 7
     const __m512d t2 = _mm512_unpacklo_pd(v[2], v[3]);
@@ -164,14 +163,22 @@ GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v
     const __m512d u5 = _mm512_permutex2var_pd(t4, odd, t6);
     const __m512d u6 = _mm512_permutex2var_pd(t5, even, t7);
     const __m512d u7 = _mm512_permutex2var_pd(t5, odd, t7);
-    _mm512_store_pd(to + 0 * step, _mm512_shuffle_f64x2(u0, u4, 0x44));
-    _mm512_store_pd(to + 1 * step, _mm512_shuffle_f64x2(u2, u6, 0x44));
-    _mm512_store_pd(to + 2 * step, _mm512_shuffle_f64x2(u1, u5, 0x44));
-    _mm512_store_pd(to + 3 * step, _mm512_shuffle_f64x2(u3, u7, 0x44));
-    _mm512_store_pd(to + 4 * step, _mm512_shuffle_f64x2(u0, u4, 0xee));
-    _mm512_store_pd(to + 5 * step, _mm512_shuffle_f64x2(u2, u6, 0xee));
-    _mm512_store_pd(to + 6 * step, _mm512_shuffle_f64x2(u1, u5, 0xee));
-    _mm512_store_pd(to + 7 * step, _mm512_shuffle_f64x2(u3, u7, 0xee));
+    _mm512_store_pd(to[0], _mm512_shuffle_f64x2(u0, u4, 0x44));
+    _mm512_store_pd(to[1], _mm512_shuffle_f64x2(u2, u6, 0x44));
+    _mm512_store_pd(to[2], _mm512_shuffle_f64x2(u1, u5, 0x44));
+    _mm512_store_pd(to[3], _mm512_shuffle_f64x2(u3, u7, 0x44));
+    _mm512_store_pd(to[4], _mm512_shuffle_f64x2(u0, u4, 0xee));
+    _mm512_store_pd(to[5], _mm512_shuffle_f64x2(u2, u6, 0xee));
+    _mm512_store_pd(to[6], _mm512_shuffle_f64x2(u1, u5, 0xee));
+    _mm512_store_pd(to[7], _mm512_shuffle_f64x2(u3, u7, 0xee));
+}
+
+// The lanes of v[0] and v[3] (the gradients) not both +0 or -0. A pixel whose gradients
+// are both zero adds only zeros to the sums, which leaves each as it is: it need not be
+// queued.
+GME_AVX512 inline __mmask8 NonZeroGradient(const __m512d v[8]) {
+    const __m512d zero = _mm512_setzero_pd();
+    return _mm512_cmp_pd_mask(v[0], zero, _CMP_NEQ_UQ) | _mm512_cmp_pd_mask(v[3], zero, _CMP_NEQ_UQ);
 }
 
 // The six running sums stay in registers through the loop.
@@ -386,19 +393,27 @@ GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquat
     for (__m512d& v : sums)
         v = _mm512_setzero_pd();
     // Eight columns at a time, row by row, into one queue per column; then the columns
-    // one after the other.
+    // one after the other. A lane that does not take part writes its record at its
+    // queue's next free place, which the next record of that column takes over.
+    const std::size_t column = 8 * static_cast<std::size_t>(H);
     for (int x = 0; x < W; x += 8) {
         const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
-        std::size_t n = 0;
+        std::size_t n[8] = {};
         for (int y = 0; y < H; ++y) {
             __m512d v[8];
-            if (!Prepare8(p, s, true, x, y, live, v))
+            __mmask8 take = Prepare8(p, s, true, x, y, live, v);
+            if (!take || !(take &= NonZeroGradient(v)))
                 continue;
-            Transpose8(v, records + 8 * n, 8 * static_cast<std::size_t>(H));
-            ++n;
+            double* const to[8] = {records + 8 * n[0],              records + column + 8 * n[1],
+                                   records + 2 * column + 8 * n[2], records + 3 * column + 8 * n[3],
+                                   records + 4 * column + 8 * n[4], records + 5 * column + 8 * n[5],
+                                   records + 6 * column + 8 * n[6], records + 7 * column + 8 * n[7]};
+            Transpose8(v, to);
+            for (int l = 0; l < 8; ++l)
+                n[l] += (take >> l) & 1;
         }
         for (int l = 0; l < 8 && l < W - x; ++l)
-            Add8(records + 8 * static_cast<std::size_t>(l) * H, n, sums);
+            Add8(records + l * column, n[l], sums);
     }
     Store8(sums, out);
 }
@@ -420,10 +435,21 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
             if (!candidates)
                 continue;
             __m512d v[8];
-            if (!Prepare8(p, s, false, x, y, candidates, v))
+            __mmask8 take = Prepare8(p, s, false, x, y, candidates, v);
+            if (!take || !(take &= NonZeroGradient(v)))
                 continue;
-            Transpose8(v, records + 8 * n, 8);
-            n += 8;
+            // The taking part lanes in order at the end of the queue; the others at the
+            // place after them, which the next group takes over.
+            double* to[8];
+            std::size_t next = n;
+            for (int l = 0; l < 8; ++l)
+                if ((take >> l) & 1)
+                    to[l] = records + 8 * next++;
+            for (int l = 0; l < 8; ++l)
+                if (!((take >> l) & 1))
+                    to[l] = records + 8 * next;
+            Transpose8(v, to);
+            n = next;
         }
         Add8(records, n, sums);
     }
