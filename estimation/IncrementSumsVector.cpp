@@ -303,21 +303,20 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
     return _mm_movemask_ps(_mm_castsi128_ps(in));
 }
 
-// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to + l * step (32-byte
-// aligned).
-GME_AVX2 __attribute__((always_inline)) inline void Transpose4(const __m256d v[8], double* to,
-                                                               std::size_t step) {
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (32-byte aligned).
+GME_AVX2 __attribute__((always_inline)) inline void Transpose4(const __m256d v[8],
+                                                               double* const to[4]) {
     for (int half = 0; half < 2; ++half) {
         const __m256d* w = v + 4 * half;
         const __m256d t0 = _mm256_unpacklo_pd(w[0], w[1]);
         const __m256d t1 = _mm256_unpackhi_pd(w[0], w[1]);
         const __m256d t2 = _mm256_unpacklo_pd(w[2], w[3]);
         const __m256d t3 = _mm256_unpackhi_pd(w[2], w[3]);
-        double* h = to + 4 * half;
-        _mm256_store_pd(h + 0 * step, _mm256_permute2f128_pd(t0, t2, 0x20));
-        _mm256_store_pd(h + 1 * step, _mm256_permute2f128_pd(t1, t3, 0x20));
-        _mm256_store_pd(h + 2 * step, _mm256_permute2f128_pd(t0, t2, 0x31));
-        _mm256_store_pd(h + 3 * step, _mm256_permute2f128_pd(t1, t3, 0x31));
+        const int h = 4 * half;
+        _mm256_store_pd(to[0] + h, _mm256_permute2f128_pd(t0, t2, 0x20));
+        _mm256_store_pd(to[1] + h, _mm256_permute2f128_pd(t1, t3, 0x20));
+        _mm256_store_pd(to[2] + h, _mm256_permute2f128_pd(t0, t2, 0x31));
+        _mm256_store_pd(to[3] + h, _mm256_permute2f128_pd(t1, t3, 0x31));
     }
 }
 
@@ -374,6 +373,14 @@ GME_AVX2 Sums4 ZeroSums4() {
         v = _mm256_setzero_pd();
     s.high4 = s.high5 = s.be = _mm256_setzero_pd();
     return s;
+}
+
+// The bits of the lanes of v[0] and v[3] (the gradients) not both zero: see
+// NonZeroGradient.
+GME_AVX2 inline int NonZeroGradient4(const __m256d v[8]) {
+    const __m256d zero = _mm256_setzero_pd();
+    return _mm256_movemask_pd(_mm256_or_pd(_mm256_cmp_pd(v[0], zero, _CMP_NEQ_UQ),
+                                           _mm256_cmp_pd(v[3], zero, _CMP_NEQ_UQ)));
 }
 
 // Candidate lanes x .. x + 3: those inside the row.
@@ -461,18 +468,24 @@ GME_AVX2 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations
     const int H = p.current.height;
     double* records = s.Records(4 * static_cast<std::size_t>(H));
     Sums4 sums = ZeroSums4();
+    // As the AVX-512 path, four columns at a time.
+    const std::size_t column = 8 * static_cast<std::size_t>(H);
     for (int x = 0; x < W; x += 4) {
         const __m128i live = Live4(x, W);
-        std::size_t n = 0;
+        std::size_t n[4] = {};
         for (int y = 0; y < H; ++y) {
             __m256d v[8];
-            if (!Prepare4(p, s, true, x, y, live, v))
+            int take = Prepare4(p, s, true, x, y, live, v);
+            if (!take || !(take &= NonZeroGradient4(v)))
                 continue;
-            Transpose4(v, records + 8 * n, 8 * static_cast<std::size_t>(H));
-            ++n;
+            double* const to[4] = {records + 8 * n[0], records + column + 8 * n[1],
+                                   records + 2 * column + 8 * n[2], records + 3 * column + 8 * n[3]};
+            Transpose4(v, to);
+            for (int l = 0; l < 4; ++l)
+                n[l] += (take >> l) & 1;
         }
         for (int l = 0; l < 4 && l < W - x; ++l)
-            Add4(records + 8 * static_cast<std::size_t>(l) * H, n, sums);
+            Add4(records + l * column, n[l], sums);
     }
     Store4(sums, out);
 }
@@ -492,10 +505,19 @@ GME_AVX2 void ThresholdFormAvx2(const Planes& p, IncrementScratch& s, NormalEqua
             if (_mm_testz_si128(candidates, candidates))
                 continue;
             __m256d v[8];
-            if (!Prepare4(p, s, false, x, y, candidates, v))
+            int take = Prepare4(p, s, false, x, y, candidates, v);
+            if (!take || !(take &= NonZeroGradient4(v)))
                 continue;
-            Transpose4(v, records + 8 * n, 8);
-            n += 4;
+            double* to[4];
+            std::size_t next = n;
+            for (int l = 0; l < 4; ++l)
+                if ((take >> l) & 1)
+                    to[l] = records + 8 * next++;
+            for (int l = 0; l < 4; ++l)
+                if (!((take >> l) & 1))
+                    to[l] = records + 8 * next;
+            Transpose4(v, to);
+            n = next;
         }
         Add4(records, n, sums);
     }
