@@ -4,10 +4,10 @@
 // row (4 or 8, one per lane) are computed side by side, each lane exactly the scalar
 // operations of the plain path in their order; the group is transposed into one record
 // per pixel, (dedp[0..5], e, 0), and queued in summation order: per row for the threshold
-// form, per column for the mask form, whose order is column by column. A pixel that does
-// not take part gets a record of zeros: all its products are then +0 or -0, and adding
-// those leaves every sum as it is (a sum that starts at +0 never becomes -0). A group in
-// which no pixel takes part is left out. Then the records are added one after the
+// form, per column for the mask form, whose order is column by column. Only the pixels
+// that take part and have a non-zero gradient are queued: a pixel whose two gradients are
+// zero has products that are all +0 or -0, and adding those leaves every sum as it is (a
+// sum that starts at +0 never becomes -0). Then the records are added one after the
 // other: for every row i of M, the record times dedp[i] gives dedp[i] dedp[j] in lane j
 // and dedp[i] e in lane 6, added lane by lane into that row's running sums. So each of
 // the 27 sums takes its terms in pixel order, one rounding per addition, as the plain
@@ -16,7 +16,9 @@
 // The four neighbours come from two 32-bit gathers per group: one at (x1, y1) and one at
 // (x1, y1 + 1), two bytes early so that it stays inside the plane: P00, P10 are the low
 // bytes of the first, P01, P11 the high bytes of the second. The mask form first gathers
-// the mask at the same places and drops the pixels with an object among the four.
+// the mask at the same places and drops the pixels with an object among the four. On
+// AVX-512, two row loads and byte shuffles replace the gathers when the group's positions
+// share a row and span at most 15 samples (motion/NeighbourLoads.h).
 #include "estimation/IncrementSumsPaths.h"
 
 #if defined(__x86_64__)
