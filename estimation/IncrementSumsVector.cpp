@@ -106,6 +106,11 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
     p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
     p11 = _mm256_srli_epi32(g1, 24);
+    // Four equal neighbours give two zero gradients: such a pixel is not queued.
+    in &= ~(_mm256_cmpeq_epi32_mask(p00, p10) & _mm256_cmpeq_epi32_mask(p00, p01) &
+            _mm256_cmpeq_epi32_mask(p00, p11));
+    if (!in)
+        return 0;
     const __m512d q00 = _mm512_cvtepi32_pd(p00);
     const __m512d q10 = _mm512_cvtepi32_pd(p10);
     const __m512d q01 = _mm512_cvtepi32_pd(p01);
@@ -270,6 +275,12 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
         p01 = _mm_and_si128(_mm_srli_epi32(g1, 16), bytes);
         p11 = _mm_srli_epi32(g1, 24);
     }
+    // Four equal neighbours give two zero gradients: such a pixel is not queued.
+    in = _mm_andnot_si128(_mm_and_si128(_mm_and_si128(_mm_cmpeq_epi32(p00, p10), _mm_cmpeq_epi32(p00, p01)),
+                                        _mm_cmpeq_epi32(p00, p11)),
+                          in);
+    if (_mm_testz_si128(in, in))
+        return 0;
     const __m256d q00 = _mm256_cvtepi32_pd(p00);
     const __m256d q10 = _mm256_cvtepi32_pd(p10);
     const __m256d q01 = _mm256_cvtepi32_pd(p01);
