@@ -3,10 +3,15 @@
 #include "image/VidsFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -53,12 +58,16 @@ bool Inside(int i, int j, int i0, int j0, int w, int h) {
 
 class VidsFileOnDisk : public testing::Test {
 protected:
+    // A test whose directory cannot be made fails before its body runs.
     void SetUp() override {
         char tmpl[] = "/tmp/vids_file_test.XXXXXX";
         ASSERT_NE(mkdtemp(tmpl), nullptr);
         dir = tmpl;
     }
-    void TearDown() override { std::filesystem::remove_all(dir); }
+    void TearDown() override {
+        if (!dir.empty())
+            std::filesystem::remove_all(dir);
+    }
     std::string Path(const std::string& base) const { return dir + "/" + base; }
 
     // A new progressive sequence of n frames, w x h in format fmt, 25 Hz.
@@ -295,4 +304,79 @@ TEST_F(VidsFileOnDisk, BlocksWholePlaneAndWindows) {
         }
     }
     EXPECT_EQ(f.NumberOfImages(), 4);
+}
+
+TEST_F(VidsFileOnDisk, FailuresReachTheCaller) {
+    YUVImage frame(YUV420, 176, 144);
+    Texture(frame, 1);
+    {
+        VidsFile out;
+        Create(out, "s", YUV420, 176, 144, 12);   // 38912 bytes a frame
+        // A child whose files may not grow beyond frame 12: writing it fails.
+        struct rlimit lim;
+        lim.rlim_cur = lim.rlim_max = 12 * 38912;
+        EXPECT_EXIT(
+            {
+                signal(SIGXFSZ, SIG_IGN);
+                setrlimit(RLIMIT_FSIZE, &lim);
+                exit(out.Write(frame, 12));
+            },
+            testing::ExitedWithCode(1), "mywrvids: File too large");
+        ASSERT_EQ(out.Write(frame, 1), 18);
+        EXPECT_FALSE(out.Close());
+    }
+    // 100000 bytes where 12 frames are declared: frame 2 is cut short.
+    ASSERT_EQ(truncate(Path("s.pic").c_str(), 100000), 0);
+    VidsFile in;
+    ASSERT_EQ(in.Open(Path("s"), OPEN_OLD), 0);
+    YUVImage got(in);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(in.Read(got, 1), 18);
+    EXPECT_EQ(Mismatch(got, frame), "");
+    EXPECT_EQ(in.Read(got, 2), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Readvids: File " + Path("s") + " too short: field 2, component 0 incomplete\n");
+}
+
+TEST_F(VidsFileOnDisk, HostileDescriptionLeavesTheSettings) {
+    {
+        VidsFile out;
+        Create(out, "s", YUV420, 16, 8);
+    }
+    std::string des;
+    {
+        std::ifstream in(Path("s.des"));
+        des.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    std::ofstream(Path("s.des")) << des.substr(0, des.find("04 ")) << "04 = 100000, = 100000, = 1\n"
+                                 << des.substr(des.find("05 "));
+    VidsFile f;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(f.Open(Path("s"), OPEN_OLD), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "get_info: Frame size 100000 x 100000 exceeds the limit of 67108864 samples\n"
+              "Openvids: fatal error; get_info \n");
+    const YUVImage img(f);   // planes of the settings, not of the description
+    EXPECT_EQ(Sizes(f), "352x288 176x144 176x144");
+    EXPECT_EQ(img.Width(Y_COMP) * img.Height(Y_COMP), 352 * 288);
+}
+
+// 7680 x 4320 4:2:0 frames beyond 4 GiB of a sparse data file, through whole-frame
+// transfers: frame 87 starts at 87 x 49766400 bytes.
+TEST_F(VidsFileOnDisk, UltraHdFramesBeyondFourGiB) {
+    {
+        VidsFile out;
+        Create(out, "uhd", YUV420, 7680, 4320);
+    }
+    ASSERT_EQ(truncate(Path("uhd.pic").c_str(), 87LL * 49766400), 0);
+    YUVImage frame(YUV420, 7680, 4320);
+    Texture(frame, 2);
+    VidsFile f;
+    ASSERT_EQ(f.Open(Path("uhd"), OPEN_OLD), 0);
+    ASSERT_EQ(f.Write(frame, 87), 18);   // extends the sequence to 88 frames
+    EXPECT_EQ(std::filesystem::file_size(Path("uhd.pic")), 88ULL * 49766400);
+    YUVImage got(f);
+    ASSERT_EQ(f.Read(got, 87), 18);
+    EXPECT_EQ(Mismatch(got, frame), "");
+    EXPECT_EQ(f.NumberOfImages(), 88);
 }

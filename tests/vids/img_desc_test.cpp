@@ -175,3 +175,20 @@ TEST(DescriptionFile, MalformedDescriptionsFailCleanly) {
     EXPECT_EQ(Refusal(kDefault.substr(0, kDefault.find("09 TYPE"))),
               "get_info: Unexpected end of file on line 9\n");
 }
+
+TEST(DescriptionFile, FramesBeyondTheLimitAreRefusedUnstored) {
+    const std::string sizes = "HORIZONTALE =   256, VERTICALE =   256";
+    for (const char* ok : {"8192, = 8192", "67108864, = 1", "-5, = 2147483647"}) {
+        Record r;
+        EXPECT_EQ(Parse(r.inf, Edited(sizes, std::string("= ") + ok)), 0) << ok;
+    }
+    for (const char* big : {"8192, = 8193", "2147483647, = 2147483647", "100000, = 100000"}) {
+        Record r;
+        std::string err;
+        EXPECT_EQ(Parse(r.inf, Edited(sizes, std::string("= ") + big), &err), 1) << big;
+        std::string shown = big;
+        shown.replace(shown.find(", = "), 4, " x ");
+        EXPECT_EQ(err, "get_info: Frame size " + shown + " exceeds the limit of 67108864 samples\n");
+        EXPECT_EQ(Img_get_size(r.inf, 0), 256);   // the defaults stay
+    }
+}
