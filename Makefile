@@ -55,15 +55,19 @@ fuzz:
 	done
 
 # Renders a 30-frame 352x288 sequence with known camera motion and a moving object, runs
-# gme on it and reports how close the estimated motion is to the truth.
+# gme on it, reports how close the estimated motion is to the truth and draws the run.
 demo: build
 	rm -rf $(DEMO_DIR) && mkdir -p $(DEMO_DIR)
 	$(BUILD)/tools/demo/gme_demo render $(DEMO_DIR) 30
-	cd $(DEMO_DIR) && $(CURDIR)/$(BUILD)/driver/gme input compensated > gme.out
+	cd $(DEMO_DIR) && $(CURDIR)/$(BUILD)/driver/gme --motion motion.csv input compensated > gme.out
 	@echo "--- gme output (first lines of $(DEMO_DIR)/gme.out) ---"
 	@head -n 12 $(DEMO_DIR)/gme.out
 	@echo "--- summary ---"
 	@$(BUILD)/tools/demo/gme_demo report $(DEMO_DIR)
+	tools/plot/gme-plot $(DEMO_DIR)/motion.csv -o $(DEMO_DIR)/motion.png --size 352x288 \
+	  --title "make demo: gme on 30 rendered frames of 352x288"
+	@echo "motion of every pair: $(DEMO_DIR)/motion.csv"
+	@echo "picture of the run:   $(DEMO_DIR)/motion.png"
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_BENCH)

@@ -1,5 +1,6 @@
 // Shared by the end-to-end tests: a temporary working directory, sequences written into
-// it and runs of the built gme command inside it.
+// it and runs of the built gme command inside it. A directory that cannot be made fails
+// the test before anything runs.
 #ifndef TESTS_DRIVER_SEQUENCEFIXTURE_H
 #define TESTS_DRIVER_SEQUENCEFIXTURE_H
 
@@ -7,20 +8,49 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
+#include "tests/support/IntegerScene.h"
 #include "tools/demo/Scene.h"
 
+// gme's standard output with the two processor times replaced by T.
+inline std::string MaskTimes(const std::string& text) {
+    return std::regex_replace(text, std::regex("(Compensator|Estimator) time [^\n]*"), "$1 time T");
+}
+
 struct GmeRun : testing::Test {
-    GmeRun() {
+    void SetUp() override {
         char tmpl[] = "/tmp/gme_test_XXXXXX";
-        dir = mkdtemp(tmpl);
+        const char* made = mkdtemp(tmpl);
+        ASSERT_NE(made, nullptr) << "cannot make a temporary directory";
+        dir = made;
     }
-    ~GmeRun() override { std::system(("rm -rf '" + dir + "'").c_str()); }
+    void TearDown() override {
+        if (!dir.empty())
+            std::system(("rm -rf '" + dir + "'").c_str());
+    }
+
+    // The integer-only test scene (tests/support/IntegerScene.h) as sequence `name`.
+    void WriteIntegerScene(const std::string& name, int w, int h, int frames) {
+        ormel::VidsFile f;
+        f.SetWidth(w);
+        f.SetHeight(h);
+        f.SetNumberOfImages(frames);
+        f.SetFrameRate(25);
+        f.SetSamplingMatrices(ormel::YUV420, false);
+        ASSERT_EQ(f.Open(dir + "/" + name, ormel::OPEN_NEW) & 1, 0);
+        ormel::YUVImage img(f);
+        for (int n = 0; n < frames; ++n) {
+            test_scene::RenderFrame(n, w, h, img.GetArray(ormel::Y_COMP));
+            ASSERT_EQ(f.Write(img, n), 18);
+        }
+        f.Close();
+    }
 
     // Writes `frames` time samples of the demo scene as sequence `name`.
     void WriteScene(const std::string& name, int w, int h, int frames, bool interlaced,
@@ -41,12 +71,17 @@ struct GmeRun : testing::Test {
         f.Close();
     }
 
-    // Runs gme in the working directory; returns its exit status.
-    int Gme(const std::string& args) {
-        const std::string cmd = "cd '" + dir + "' && " + GME_BINARY + " " + args +
+    // Runs gme in the working directory; returns its exit status. `prefix` runs first in
+    // the same shell (a ulimit, say).
+    int Gme(const std::string& args, const std::string& prefix = "") {
+        const std::string cmd = "cd '" + dir + "' && " + prefix + GME_BINARY + " " + args +
                                 " > stdout.txt 2> stderr.txt";
         const int status = std::system(cmd.c_str());
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    void Write(const std::string& file, const std::string& bytes) const {
+        std::ofstream(dir + "/" + file, std::ios::binary) << bytes;
     }
 
     std::string Read(const std::string& file) const {

@@ -1,76 +1,94 @@
 // The gme command as a user runs it: output frames, standard output, the MAE log, the
 // output description, backups and the accuracy on a sequence of known motion.
-#include <regex>
 
 #include "tests/driver/SequenceFixture.h"
 #include "tools/demo/Report.h"
 
-namespace {
-
-// Every count of lines starting with prefix.
-int Lines(const std::string& text, const std::string& prefix) {
-    int n = 0;
-    std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line))
-        n += line.compare(0, prefix.size(), prefix) == 0;
-    return n;
-}
-
-std::string MaskTimes(const std::string& text) {
-    return std::regex_replace(text, std::regex("(Compensator|Estimator) time [^\n]*"), "$1 time T");
-}
-
-}  // namespace
-
 TEST_F(GmeRun, TwoFramesGiveTwoEqualOutputFramesAndOneMae) {
-    WriteScene("in", 176, 144, 2, false, 25);
+    WriteIntegerScene("in", 160, 128, 2);
     ASSERT_EQ(Gme("in out"), 0);
     const auto frames = Frames("out");
     ASSERT_EQ(frames.size(), 2u);
     EXPECT_EQ(frames[0], frames[1]);
-    const std::string out = Read("stdout.txt");
-    EXPECT_EQ(Lines(out, "MAE: "), 1);
-    EXPECT_EQ(Lines(out, "Compensator time "), 0);
-    EXPECT_EQ(Lines(out, "Estimator time "), 0);
-    const std::string log = Read("mae_Bin.txt");
-    EXPECT_TRUE(std::regex_match(log, std::regex("[0-9]+\\.[0-9]{6} "))) << log;
+    EXPECT_EQ(MaskTimes(Read("stdout.txt")),
+              "processing frame: 1......\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.291103 1.000930 0.000782 0.589751 0.000556 1.000910 \n"
+              "MAE: 2.17383\n"
+              "done\n");
+    EXPECT_EQ(Read("mae_Bin.txt"), "2.173826 ");
 }
 
-TEST_F(GmeRun, StandardOutputOfAShortRun) {
-    WriteScene("in", 176, 144, 7, false, 25);
+// The integer-rendered scene: its bytes, and so this text, do not depend on libm.
+TEST_F(GmeRun, StandardOutputOfARunWithARejectedEstimate) {
+    WriteIntegerScene("in", 160, 128, 12);
     ASSERT_EQ(Gme("in out"), 0);
     EXPECT_EQ(Read("stderr.txt"), "");
     EXPECT_EQ(MaskTimes(Read("stdout.txt")),
               "processing frame: 1......\n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 4.997899 0.974865 0.007477 1.945965 -0.005740 0.999767 \n"
-              "MAE: 8.25705\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.291103 1.000930 0.000782 0.589751 0.000556 1.000910 \n"
+              "MAE: 2.17383\n"
               "processing frame: 2......\n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 4.420342 0.972607 0.014970 1.855488 -0.007083 1.000429 \n"
-              "Compensator time T\nEstimator time T\n"
-              "MAE: 9.55129\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.268286 1.001358 0.001538 0.591321 0.000919 1.000953 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 3.27101\n"
               "processing frame: 3......\n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 4.256309 0.975032 0.013641 1.577028 -0.004534 1.002041 \n"
-              "Compensator time T\nEstimator time T\n"
-              "MAE: 9.833\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.522412 1.000039 0.000044 0.740622 0.000130 1.000216 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 3.63336\n"
               "processing frame: 4......\n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 2.899364 0.990314 0.005247 1.188472 -0.000052 0.997795 \n"
-              "Compensator time T\nEstimator time T\n"
-              "MAE: 9.77755\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.524759 0.999875 -0.000232 0.801196 -0.000119 0.999498 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 4.78322\n"
               "processing frame: 5......\n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 2.371314 0.995868 -0.002057 1.025200 0.001712 0.996129 \n"
-              "Compensator time T\nEstimator time T\n"
-              "MAE: 9.73189\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.289693 1.001466 0.000389 1.161284 -0.002622 0.999391 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 5.44721\n"
               "processing frame: 6......\n"
               "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
-              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 2.307002 0.996121 -0.001919 1.033855 0.001767 0.995999 \n"
-              "Compensator time T\nEstimator time T\n"
-              "MAE: 9.67724\n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 3.324529 0.996721 -0.015492 -0.312321 0.001697 1.009337 \n"
+              "Estimation failed for this frame!\n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 6.66326\n"
+              "processing frame: 7......\n"
+              "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.643593 1.000177 -0.001844 0.097209 0.001031 1.006554 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 5.37522\n"
+              "processing frame: 8......\n"
+              "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.379150 0.999330 0.000278 0.741873 -0.000185 0.999043 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 5.56374\n"
+              "processing frame: 9......\n"
+              "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 0.537496 0.996670 0.011686 0.412400 -0.001568 1.003831 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 5.31348\n"
+              "processing frame: 10......\n"
+              "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.390479 0.997772 0.001565 1.053545 0.005042 0.996493 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 6.40698\n"
+              "processing frame: 11......\n"
+              "Initial Conditions: a[0] = 0.000000, a[3] = 0.000000 \n"
+              "| Final parameter (a[0] a[1] a[2] a[3] a[4] a[5] ): 1.717732 0.990863 -0.007720 1.070139 -0.015091 0.994225 \n"
+              "Compensator time T\n"
+              "Estimator time T\n"
+              "MAE: 9.03057\n"
               "done\n");
-    const std::string log = Read("mae_Bin.txt");
-    EXPECT_EQ(log.find('\n'), std::string::npos);
-    EXPECT_TRUE(std::regex_match(log, std::regex("([0-9]+\\.[0-9]{6} ){6}"))) << log;
-    EXPECT_EQ(Frames("out").size(), 7u);
+    EXPECT_EQ(Read("mae_Bin.txt"),
+              "2.173826 3.271006 3.633360 4.783215 5.447212 6.663256 5.375219 5.563740 5.313483 "
+              "6.406985 9.030573 ");
+    EXPECT_EQ(Frames("out").size(), 12u);
 }
 
 TEST_F(GmeRun, OutputIsLuminanceOnlyWithTheInputsGeometryAndRate) {
@@ -121,12 +139,6 @@ TEST_F(GmeRun, RunningAgainKeepsBackupsOfTheOldOutput) {
     EXPECT_EQ(Read("out.des~"), Read("out.des"));
     EXPECT_EQ(Read("stderr.txt"),
               "Backup: Rename out.des -> .des~\nBackup: Rename out.pic -> .pic~\n");
-}
-
-TEST_F(GmeRun, MissingArgumentsPrintUsage) {
-    EXPECT_EQ(Gme("only-one"), 2);
-    EXPECT_EQ(Read("stderr.txt").rfind("usage: ", 0), 0u);
-    EXPECT_EQ(Read("stdout.txt"), "");
 }
 
 TEST_F(GmeRun, KnownMotionIsRecoveredAndCompensated) {

@@ -9,11 +9,12 @@
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
 #include "tools/vidstool/Commands.h"
-#include "tools/vidstool/SequenceDescription.h"
 #include "vids/vids.h"
+#include "y4m/SequenceDescription.h"
 #include "VidstoolFixture.h"
 
 using namespace vidstool;
+using namespace y4m;
 
 namespace {
 

@@ -3,9 +3,11 @@
 
 #include <map>
 
-#include "tools/vidstool/Y4mHeader.h"
+#include "y4m/Y4mHeader.h"
 
 namespace vidstool {
+
+using namespace y4m;
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "image/Types.h"
-#include "tools/vidstool/Rational.h"
+#include "y4m/Rational.h"
 
 namespace vidstool {
 
@@ -21,7 +21,7 @@ struct ImportOptions {
     int height = 0;
     ormel::ChromaFormat format = ormel::YUV420;
     bool rateGiven = false;
-    Rational rate;                              // frames per second
+    y4m::Rational rate;                         // frames per second
     char interlace = 0;                         // 'p', 't', 'b', or 0: as the input says
 };
 
@@ -29,7 +29,7 @@ struct ExportOptions {
     std::string input;                          // vids sequence name
     std::string output;                         // "-": standard output
     bool rateGiven = false;
-    Rational rate;
+    y4m::Rational rate;
     char fieldOrder = 0;                        // 't', 'b', or 0: as the description says
 };
 

@@ -10,13 +10,15 @@
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
 #include "tools/vidstool/Commands.h"
-#include "tools/vidstool/FieldLayout.h"
-#include "tools/vidstool/SequenceDescription.h"
-#include "tools/vidstool/StreamNotes.h"
-#include "tools/vidstool/Y4mWriter.h"
 #include "vids/vids.h"
+#include "y4m/FieldLayout.h"
+#include "y4m/SequenceDescription.h"
+#include "y4m/StreamNotes.h"
+#include "y4m/Y4mWriter.h"
 
 namespace vidstool {
+
+using namespace y4m;
 
 namespace {
 
@@ -77,10 +79,7 @@ bool RateOf(const ExportOptions& o, const ormel::VidsFile& in, const Y4mHeader& 
         *error = o.input + " has no frame rate; give --rate";
         return false;
     }
-    if (notes.hasRate && RateAgrees(notes.rate, reported))
-        *rate = notes.rate;
-    else
-        *rate = RationalFromRate(reported);
+    *rate = RateOfSequence(notes, reported);
     return true;
 }
 

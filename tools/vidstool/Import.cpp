@@ -12,13 +12,15 @@
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
 #include "tools/vidstool/Commands.h"
-#include "tools/vidstool/FieldLayout.h"
-#include "tools/vidstool/RawReader.h"
-#include "tools/vidstool/SequenceDescription.h"
-#include "tools/vidstool/StreamNotes.h"
-#include "tools/vidstool/Y4mReader.h"
+#include "y4m/FieldLayout.h"
+#include "y4m/RawReader.h"
+#include "y4m/SequenceDescription.h"
+#include "y4m/StreamNotes.h"
+#include "y4m/Y4mReader.h"
 
 namespace vidstool {
+
+using namespace y4m;
 
 namespace {
 
@@ -27,23 +29,6 @@ constexpr int kWritten = 18;   // VidsFile::Write done
 bool Exists(const std::string& path) {
     struct stat st;
     return stat(path.c_str(), &st) == 0;
-}
-
-// The input stream: standard input for "-", else the opened file.
-std::istream* OpenInput(const std::string& name, std::ifstream* file, std::string* error) {
-    if (name == "-")
-        return &std::cin;
-    struct stat st;
-    if (stat(name.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
-        *error = name + ": is a directory";
-        return nullptr;
-    }
-    file->open(name, std::ios::binary);
-    if (!file->is_open()) {
-        *error = name + ": " + std::strerror(errno);
-        return nullptr;
-    }
-    return file;
 }
 
 // A regular raw file is checked before anything is written: no YUV4MPEG2 signature,
@@ -162,8 +147,7 @@ int WriteSequence(FrameSource& source, FieldOrder order, const Y4mHeader& notes,
         out.SetHeight(source.Height());
         out.SetNumberOfImages(1);   // each write beyond the end extends the sequence
         // The record's temporal frequency is the rate of time samples: fields when interlaced.
-        const double rate = notes.rate.Value();
-        out.SetFrameRate(static_cast<float>(interlaced ? 2.0 * rate : rate));
+        out.SetFrameRate(SampleFrequency(notes.rate, order));
         out.SetSamplingMatrices(source.Format(), interlaced);
         if (out.Open(o.output, ormel::OPEN_NEW) & 1)
             return Fail(o.output + ": the sequence could not be created");
@@ -193,7 +177,7 @@ int RunImport(const ImportOptions& o) {
     std::string error;
     std::istream* in = OpenInput(o.input, &file, &error);
     if (in == nullptr)
-        return Fail(error);
+        return Fail(o.input + ": " + error);
 
     std::unique_ptr<FrameSource> source;
     Y4mHeader notes;   // what the sequence keeps of the input's header
@@ -204,9 +188,10 @@ int RunImport(const ImportOptions& o) {
         notes.hasRate = true;
         notes.rate = Rational{25, 1};
     } else {
-        std::unique_ptr<Y4mReader> reader = Y4mReader::Open(*in, &error);
+        bool foreign = false;
+        std::unique_ptr<Y4mReader> reader = Y4mReader::Open(*in, &error, &foreign);
         if (!reader)
-            return Fail(o.input + ": " + error);
+            return Fail(o.input + ": " + error + (foreign ? " (for raw planar video give --size WxH)" : ""));
         notes = reader->Header();
         source = std::move(reader);
         if (!notes.hasRate && !o.rateGiven)

@@ -5,13 +5,15 @@
 
 #include "image/VidsFile.h"
 #include "tools/vidstool/Commands.h"
-#include "tools/vidstool/FieldLayout.h"
-#include "tools/vidstool/Frame.h"
-#include "tools/vidstool/SequenceDescription.h"
-#include "tools/vidstool/StreamNotes.h"
 #include "vids/vids.h"
+#include "y4m/FieldLayout.h"
+#include "y4m/Frame.h"
+#include "y4m/SequenceDescription.h"
+#include "y4m/StreamNotes.h"
 
 namespace vidstool {
+
+using namespace y4m;
 
 namespace {
 
