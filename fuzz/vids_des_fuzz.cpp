@@ -14,6 +14,7 @@ namespace {
 
 const size_t kPicBytes = 3000;
 const int64_t kMaxBuffer = 1 << 22;   // larger planes are not read (their open still is)
+const int kMaxTimeSamples = 16;
 
 void ReadSamples(IMG_INF* inf) {
     int64_t blk[3], smpl[3];
@@ -27,9 +28,11 @@ void ReadSamples(IMG_INF* inf) {
         if (smpl[c] > kMaxBuffer) return;
         buf[c].resize(static_cast<size_t>(smpl[c]) + 1);
     }
+    // Up to one time sample past what the data file holds, to reach its end, and never
+    // more than a few (a description may declare millions of empty ones).
     const int nb_t = Img_get_nb_t(inf, 0);
-    // One time sample past what the data file holds, to reach its end.
-    for (int t = 0; t < nb_t && (R == 0 || t * R <= static_cast<int64_t>(kPicBytes)); ++t)
+    for (int t = 0; t < nb_t && t < kMaxTimeSamples && t * R <= static_cast<int64_t>(kPicBytes);
+         ++t)
         Readvids(t, use, IMG_UBYTE, buf[0].data(), buf[1].data(), buf[2].data(), inf, 39);
 }
 

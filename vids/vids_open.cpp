@@ -338,7 +338,8 @@ int Openvids(const char* name, IMG_INF* inf, const char* type, int flags) {
 
     const char* mode = nullptr;
     bool is_new = false, compare = false;
-    if (ChooseMode(inf, p, name, type, flags, des_exists, pic_exists, &mode, &is_new, &compare) != 0)
+    if (ChooseMode(inf, p, name, type, flags, des_exists, pic_exists, &mode, &is_new,
+                   &compare) != 0)
         return 1;
     if (OpenDes(inf, p.des, mode) != 0) return 1;
 
