@@ -4,8 +4,11 @@
 // of any odd size. The description is written from that record, the sequence opened
 // "old", and every time sample read, all components at once and each alone, in every
 // in-memory type, then through a window. Buffers have exactly the size the API states.
+// A read of a whole time sample must succeed exactly when the data file holds all its
+// samples, and a read in a component's own type, unswapped, must give the file's bytes.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "fuzz/fuzz_support.h"
@@ -63,8 +66,55 @@ bool Describe(const Choice& c, const std::string& seq) {
     return ok;
 }
 
-void ReadAll(IMG_INF* inf, const Choice& ch) {
+void Check(bool ok) {
+    if (!ok) __builtin_trap();
+}
+
+// Where each component's samples lie in a time sample, as the format lays them out.
+struct Layout {
+    int64_t record;      // bytes of one time sample
+    int64_t offset[3];   // start of each component's block in it
+    int64_t used[3];     // bytes its samples fill (packed for the bit types)
+};
+
+Layout LayoutOf(const IMG_INF* inf) {
+    int64_t blk[3], smpl[3];
+    int item, bits;
+    cal_physize(inf, blk, smpl, &item, &bits);
+    const int64_t per_byte = bits < 8 ? 8 / bits : 1;
+    Layout l;
+    l.record = 0;
+    for (int c = 0; c < 3; ++c) {
+        l.offset[c] = l.record;
+        l.used[c] = (smpl[c] + per_byte - 1) / per_byte * item;
+        l.record += blk[c];
+    }
+    return l;
+}
+
+// The read of time sample t (all existing components into p, in type) against the data
+// file's bytes.
+void CheckWholeRead(const IMG_INF* inf, const Layout& l, const std::vector<uint8_t>& pic,
+                    int t, int type, uint8_t* const p[3], bool done) {
+    int64_t end = 0;   // the data file must reach this for the read to succeed
+    for (int c = 0; c < 3; ++c)
+        if (Img_check_comp_exists(inf, c)) end = t * l.record + l.offset[c] + l.used[c];
+    Check(done == (t < Img_get_nb_t(inf, 0) && end <= static_cast<int64_t>(pic.size())));
+    if (!done) return;
+    for (int c = 0; c < 3; ++c) {
+        if (!Img_check_comp_exists(inf, c)) continue;
+        int bits;
+        const int natural = mydtype(inf->fdtype, inf->dsign[c], &bits);
+        const bool swapped = inf->shuffle && natural != IMG_BYTE && natural != IMG_UBYTE;
+        if (type != natural || swapped) continue;
+        const uint8_t* file = pic.data() + t * l.record + l.offset[c];
+        Check(memcmp(p[c], file, static_cast<size_t>(l.used[c])) == 0);
+    }
+}
+
+void ReadAll(IMG_INF* inf, const Choice& ch, const std::vector<uint8_t>& pic) {
     const int nb_t = Img_get_nb_t(inf, 0);
+    const Layout layout = LayoutOf(inf);
     for (int type = IMG_BYTE; type <= IMG_UINT_2; ++type) {
         std::vector<uint8_t> buf[3];
         int exists[3];
@@ -76,7 +126,9 @@ void ReadAll(IMG_INF* inf, const Choice& ch) {
         uint8_t* p[3];
         for (int c = 0; c < 3; ++c) p[c] = buf[c].empty() ? nullptr : buf[c].data();
         for (int t = 0; t <= nb_t; ++t) {   // one past the end: refused
-            if (Readvids(t, exists, type, p[0], p[1], p[2], inf, ch.flags) != 0) continue;
+            const bool done = Readvids(t, exists, type, p[0], p[1], p[2], inf, ch.flags) == 0;
+            CheckWholeRead(inf, layout, pic, t, type, p, done);
+            if (!done) continue;
             for (int c = 0; c < 3; ++c) {
                 int one[3] = {0, 0, 0};
                 one[c] = 1;
@@ -108,10 +160,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Choice ch = Decode(data);
     const std::string seq = fuzz::PathOf("seq");
     if (!Describe(ch, seq)) return 0;
-    fuzz::WriteFile(seq + ".pic", data + kHeader, size - kHeader);
+    const std::vector<uint8_t> pic(data + kHeader, data + size);
+    fuzz::WriteFile(seq + ".pic", pic.data(), pic.size());
     IMG_INF* inf = nullptr;
     if (!Img_INF_alloc(&inf)) return 0;
-    if (Openvids(seq.c_str(), inf, "old", 7) == 0) ReadAll(inf, ch);
+    if (Openvids(seq.c_str(), inf, "old", 7) == 0) ReadAll(inf, ch, pic);
     Closevids(inf, 0);
     Img_INF_free(inf);
     return 0;
