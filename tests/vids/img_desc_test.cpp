@@ -10,6 +10,10 @@ namespace {
 // The description put_info writes for inf.
 std::string Describe(IMG_INF* inf) {
     inf->stream = tmpfile();
+    if (inf->stream == nullptr) {
+        ADD_FAILURE() << "no temporary file";
+        return "";
+    }
     EXPECT_EQ(put_info(inf, 0), 0);
     std::string text(ftell(inf->stream), '\0');
     rewind(inf->stream);
@@ -22,6 +26,10 @@ std::string Describe(IMG_INF* inf) {
 // get_info of text into inf; stderr is returned in *err.
 int Parse(IMG_INF* inf, const std::string& text, std::string* err = nullptr) {
     inf->stream = tmpfile();
+    if (inf->stream == nullptr) {
+        ADD_FAILURE() << "no temporary file";
+        return -1;
+    }
     fwrite(text.data(), 1, text.size(), inf->stream);
     rewind(inf->stream);
     CaptureStderr();
