@@ -5,7 +5,9 @@
 // compared with a fixed record ("old/new"). A description that reads must describe a
 // frame within the limit, and once written and read back it must stay what it is: the
 // writer and the reader agree on every record the reader can make (the comment gaining
-// its line feed). Nothing is ever written but files in the private directory.
+// its line feed). Last the sequence is opened as gme opens its input, through VidsFile,
+// and its first frames are read into a YUVImage made from it. Nothing is ever written
+// but files in the private directory.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,6 +15,8 @@
 #include <vector>
 
 #include "fuzz/fuzz_support.h"
+#include "image/VidsFile.h"
+#include "image/YUVImage.h"
 #include "vids/vids.h"
 
 namespace {
@@ -92,6 +96,25 @@ void CheckRoundTrip(IMG_INF* inf) {
     Img_INF_free(twice);
 }
 
+// Frames through the class library: a YUVImage of the file's planes, read frame by frame
+// as luminance and chroma, each read done (18) or failed (1).
+void ReadFrames(const std::string& seq) {
+    ormel::VidsFile f;
+    if (f.Open(seq, ormel::OPEN_OLD) != 0) return;
+    int64_t samples = 0;
+    for (int c = 0; c < 3; ++c) {
+        const int w = f.Width(static_cast<ormel::CompType>(c));
+        const int h = f.Height(static_cast<ormel::CompType>(c));
+        samples += static_cast<int64_t>(w > 0 ? w : 0) * (h > 0 ? h : 0);
+    }
+    if (samples > kMaxBuffer) return;
+    ormel::YUVImage img(f);
+    for (int k = 0; k < f.NumberOfImages() && k < kMaxTimeSamples; ++k) {
+        const int rc = f.Read(img, k);
+        Check(rc == 18 || rc == 1);
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -113,5 +136,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Openvids(seq.c_str(), inf, "old/new", 7);
     Closevids(inf, 0);
     Img_INF_free(inf);
+    ReadFrames(seq);
     return 0;
 }
