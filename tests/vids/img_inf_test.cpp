@@ -111,10 +111,10 @@ TEST(ImgChecks, SamplingAndCompatibility) {
     Img_set_smpl_mtrx(a.inf, 1, 2, 2, 2, 0, 1, 1);   // a12 not below a11
     CaptureStderr();
     EXPECT_EQ(Img_check_sampling(a.inf), 0);
-    EXPECT_EQ(GetCapturedStderr().rfind("\nSampling matrix of component C1         of file s"
-                                        " is not in Hermite form.\n",
-                                        0),
-              0u);
+    EXPECT_EQ(GetCapturedStderr(),
+              "\nSampling matrix of component C1         of file s is not in Hermite form.\n"
+              "In Hermite up form, we must satisfy a_ii > 0,\n"
+              " 0 <= a_ij < a_ii for all i and j>i, and a_ij=0 for all i and j<i.\n");
     Img_set_smpl_mtrx(a.inf, 1, 2, 0, 2, 0, 1, 2);
     CaptureStderr();
     EXPECT_EQ(Img_check_sampling(a.inf), 0);
