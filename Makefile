@@ -72,3 +72,11 @@ demo: build
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_BENCH)
+
+# Installs the build into a fresh prefix under $(INSTALL_CHECK_DIR), builds examples/ against
+# it with CMake and with pkg-config, and checks that they print gme's motion for the same frames.
+INSTALL_CHECK_DIR ?= out/install-check
+
+.PHONY: install-check
+install-check: build
+	examples/install-check.sh $(BUILD) $(INSTALL_CHECK_DIR)

@@ -16,6 +16,8 @@
 #include <deque>
 #include <vector>
 
+#include "estimation/ObjectMaskScratch.h"
+#include "estimation/Workspace.h"
 #include "image/YUVImage.h"
 #include "motion/GlobalMotionEstimator.h"
 
@@ -124,9 +126,13 @@ public:
     // black_level and LW_weight when the estimator was made.
     int blackLevel;
     float motionWeight;
+    ObjectMaskScratch maskScratch;   // working memory of Binary and MakeBlock
 
     // The chroma format of scratch images: the file's, or chromaFormat.
     ormel::ChromaFormat ScratchFormat() const;
+
+    // Scratch of the estimator's own operations, reused from call to call.
+    estimation::Workspace scratch;
 };
 
 #endif

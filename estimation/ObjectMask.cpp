@@ -2,26 +2,34 @@
 // the global motion (noise-adaptive difference of current and the compensated previous
 // frame, binarized with an adaptive threshold); MakeBlock turns them into 8 x 8 object
 // blocks (255) on a background of 0 and counts the object blocks.
-#include <cstdlib>
-#include <vector>
+//
+// Binary computes what a TolvarMotionDetection (window 5, clip level 42, gain 6), a fresh
+// TolvarThrshold and a Binarization compute for it, on plane views held in the
+// estimator's scratch instead of the objects' own buffers.
+#include <algorithm>
+#include <cstring>
+#include <iostream>
 
 #include "estimation/BinGlobalMotionEstimator.h"
-#include "image/VidsFile.h"
-#include "numeric/numeric.h"
 #include "segmentation/BinImage.h"
-#include "segmentation/Binarization.h"
-#include "segmentation/TolvarMotionDetection.h"
-#include "segmentation/TolvarThrshold.h"
+#include "segmentation/PlaneKernels.h"
+#include "segmentation/RegionalThreshold.h"
+
+using ormel::ConstPlaneView;
+using ormel::PlaneView;
 
 namespace {
 
 // Detector and thresholder settings of the mask.
-const long kWindowSize = 5;
+const int kWindowSize = 5;
 const unsigned int kClipLevel = 42;
 const unsigned int kGain = 6;
 const unsigned int kLowBound = 80;
 const unsigned int kMiddleBound = 120;
 const unsigned int kHighBound = 200;
+// Rows per stripe: the difference and the maxima of a stripe are made while the rows they
+// read are still in cache.
+const int kStripe = 32;
 
 const int kBlock = 8;
 const int kMarked = -1;
@@ -30,73 +38,36 @@ const int kMarked = -1;
 // is truncated, so the last bit matters.
 const double kBlockQuantile = 0.6699999999999999;
 
-}  // namespace
-
-void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage& previous,
-                                      double* a, BinImage& binImage, int* err) {
-    BinImage tempImage(binImage);
-    // Scratch frames shaped like the source sequence, or like current without a file.
-    auto scratch = [&]() {
-        return srcVFile ? ormel::YUVImage(*srcVFile)
-                        : ormel::YUVImage(chromaFormat, current.Width(ormel::Y_COMP),
-                                          current.Height(ormel::Y_COMP));
-    };
-    ormel::YUVImage compImage = scratch();
-    Compensate(previous, a, compImage);
-    ormel::YUVImage diffImage = scratch();
-    ormel::YUVImage maxImage = scratch();
-
-    TolvarMotionDetection detector(current, kWindowSize, kClipLevel, kGain, ormel::quiet);
-    if (detector.GetBlackLevel() != blackLevel) {
-        // The result buffer starts at the black level: refill it at this estimator's. The
-        // reference goes too, but the three-image averager below replaces it anyway.
-        detector.SetBlackLevel(blackLevel);
-        detector.BuffAlloc(current.Width(ormel::Y_COMP) * current.Height(ormel::Y_COMP));
-    }
-    TolvarThrshold thresholder(diffImage, ormel::quiet);
-    thresholder.SetMotionWeight(motionWeight);
-    Binarization binarizer(tempImage, ormel::quiet);
-
-    detector.AbsoluteDifferenceAverager(current, compImage, diffImage);
-    detector.MaxFilter(diffImage, maxImage);
-    unsigned char thresh = thresholder.TolvarThresholder(maxImage);
-    // The adaptive threshold replaces the regional one; both calls are made, in order.
-    float TolvarStandardDeviation = 1.0;
-    thresh = thresholder.TolvarAdaptiveThresholder(TolvarStandardDeviation, kLowBound,
-                                                   kMiddleBound, kHighBound);
-    binarizer.Binarizer(maxImage, tempImage, thresh);
-
-    int blockErr = *err;
-    MakeBlock(tempImage, binImage, &blockErr);
-    *err = blockErr;
+PlaneView BinView(BinImage& img) {
+    return PlaneView{img.GetArray(ormel::Y_COMP), img.Width(), img.Height(), img.Width()};
 }
 
-void BinGlobalMotionEstimator::MakeBlock(BinImage& binImage, BinImage& blockImage, int* err) {
-    const int W = binImage.Width();
-    const int H = binImage.Height();
-    const int wx = W / kBlock;
-    const int wy = H / kBlock;
-    const int blocks = wx * wy;
-    if (blocks <= 0) {
-        *err = 0;
-        return;
+// Sets the samples of the rows [rowBegin, rowEnd) that lie outside the interior
+// [margin, size - margin) of both directions.
+void FillBorder(PlaneView p, int margin, unsigned char value, int rowBegin, int rowEnd) {
+    const int left = std::min(margin, p.width);
+    const int right = std::max(p.width - margin, left);
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        unsigned char* row = p.Row(y);
+        if (y < margin || y >= p.height - margin) {
+            std::memset(row, value, static_cast<size_t>(p.width));
+        } else {
+            std::memset(row, value, static_cast<size_t>(left));
+            std::memset(row + right, value, static_cast<size_t>(p.width - right));
+        }
     }
+}
 
-    // Block sums, row of blocks after row of blocks.
-    std::vector<int> sum(static_cast<size_t>(blocks), 0);
-    const unsigned char* pixels = binImage.GetArray(ormel::Y_COMP);
-    for (int y = 0; y < wy * kBlock; ++y) {
-        const unsigned char* row = pixels + static_cast<long>(y) * W;
-        int* s = &sum[static_cast<size_t>(y / kBlock) * wx];
-        for (int i = 0; i < wx; ++i)
-            for (int c = 0; c < kBlock; ++c)
-                s[i] += row[i * kBlock + c];
-    }
+// The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order), in
+// place: object blocks end as kMarked. Returns their number.
+int MarkBlocks(std::vector<int>& sum, std::vector<int>& sorted, int wx, int wy) {
     auto at = [&](int j, int i) -> int& { return sum[static_cast<size_t>(j) * wx + i]; };
 
-    std::vector<int> indx(sum);
-    std::qsort(indx.data(), indx.size(), sizeof(int), compare);
-    const int thresh = indx[static_cast<size_t>(wy * (wx * kBlockQuantile))];
+    // The value at the index in ascending order: a partial sort finds the same value.
+    sorted.assign(sum.begin(), sum.end());
+    const size_t k = static_cast<size_t>(wy * (wx * kBlockQuantile));
+    std::nth_element(sorted.begin(), sorted.begin() + static_cast<long>(k), sorted.end());
+    const int thresh = sorted[k];
 
     // Interior blocks with more than four of their 3 x 3 neighbourhood above the
     // threshold. Marks are written in place, so a block marked earlier in the scan no
@@ -130,16 +101,123 @@ void BinGlobalMotionEstimator::MakeBlock(BinImage& binImage, BinImage& blockImag
             if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && at(j, i) > thresh)
                 at(j, i) = kMarked;
 
-    // Paint whole blocks; pixels beyond the last whole block keep their values.
-    int marked = 0;
-    for (int j = 0; j < wy; ++j)
-        for (int i = 0; i < wx; ++i) {
-            const bool object = at(j, i) == kMarked;
-            marked += object;
-            const unsigned char value = object ? 255 : 0;
-            for (int r = 0; r < kBlock; ++r)
-                for (int c = 0; c < kBlock; ++c)
-                    blockImage.SetPixel(i * kBlock + c, j * kBlock + r, value);
-        }
-    *err = marked;
+    return static_cast<int>(std::count(sum.begin(), sum.end(), kMarked));
+}
+
+// Paints every pixel of the wx x wy whole blocks: 255 for a marked block, 0 otherwise.
+// The pixels beyond the last whole block keep their values.
+void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockImage) {
+    const bool direct = blockImage.GetBlackLevel() == 0 && blockImage.GetWhiteLevel() >= 255 &&
+                        blockImage.Width() >= wx * kBlock && blockImage.Height() >= wy * kBlock;
+    if (!direct) {
+        // SetPixel refuses what the image's levels or size do not allow, with its message
+        // for every pixel.
+        for (int j = 0; j < wy; ++j)
+            for (int i = 0; i < wx; ++i) {
+                const unsigned char value = sum[static_cast<size_t>(j) * wx + i] == kMarked ? 255 : 0;
+                for (int r = 0; r < kBlock; ++r)
+                    for (int c = 0; c < kBlock; ++c)
+                        blockImage.SetPixel(i * kBlock + c, j * kBlock + r, value);
+            }
+        return;
+    }
+    const PlaneView out = BinView(blockImage);
+    for (int j = 0; j < wy; ++j) {
+        const int* s = &sum[static_cast<size_t>(j) * wx];
+        unsigned char* first = out.Row(j * kBlock);
+        for (int i = 0; i < wx; ++i)
+            std::memset(first + i * kBlock, s[i] == kMarked ? 255 : 0, kBlock);
+        for (int r = 1; r < kBlock; ++r)
+            std::memcpy(out.Row(j * kBlock + r), first, static_cast<size_t>(wx) * kBlock);
+    }
+}
+
+// The rest of MakeBlock once scratch.blockSums holds the wx x wy block sums: marks and
+// paint. Returns the marked count.
+int FinishBlockMask(int wx, int wy, BinImage& blockImage, ObjectMaskScratch& scratch) {
+    const int marked = MarkBlocks(scratch.blockSums, scratch.sortedSums, wx, wy);
+    PaintBlocks(scratch.blockSums, wx, wy, blockImage);
+    return marked;
+}
+
+}  // namespace
+
+void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage& previous,
+                                      double* a, BinImage& binImage, int* err) {
+    const PlaneView cur = ormel::LumaView(current);
+    const int W = cur.width;
+    const int H = cur.height;
+    const char* misfit = !cur.SameSize(ormel::LumaView(previous)) ? "previous"
+                         : !cur.SameSize(BinView(binImage))       ? "binImage"
+                                                                  : nullptr;
+    if (misfit) {
+        std::cout << "BinGlobalMotionEstimator::Binary: " << misfit << " is not " << W << " x "
+                  << H << std::endl;
+        return;
+    }
+    if (W < kBlock || H < kBlock) {
+        *err = 0;   // no whole block: nothing is marked and the mask is not written
+        return;
+    }
+    const segmentation::PlaneKernels& kernels = segmentation::Kernels();
+
+    maskScratch.Fit(W, H);
+    ormel::YUVImage& compImage = maskScratch.Compensated();
+    Compensate(previous, a, compImage);
+    const PlaneView comp = ormel::LumaView(compImage);
+    const PlaneView diff = maskScratch.Difference();
+
+    // Windowed mean |current - compensated| into diff, then the clipped window maxima of
+    // diff into comp, in stripes, and the region histograms of the maxima. The maxima of
+    // a row read diff two rows further down, and the difference of a row reads comp two
+    // rows down and up: the maxima stay two rows behind, so they only overwrite rows of
+    // comp that no difference reads any more. Outside the interior, both planes take the
+    // detector's black level.
+    const unsigned char black = static_cast<unsigned char>(blackLevel);
+    const int margin = kWindowSize / 2;
+    const int below = kWindowSize - margin - 1;
+    FillBorder(diff, margin, black, 0, H);
+    segmentation::RegionalThreshold regions(W, H);
+    int maxRows = 0;
+    for (int y = 0; y < H; y += kStripe) {
+        const int end = std::min(H, y + kStripe);
+        kernels.AbsDiffMean(ormel::ConstView(cur), ormel::ConstView(comp), kWindowSize, diff, y,
+                            end);
+        const int maxEnd = end == H ? H : end - below;
+        kernels.ClippedMax(ormel::ConstView(diff), kWindowSize, kClipLevel, kGain, comp, maxRows,
+                           maxEnd);
+        FillBorder(comp, margin, black, maxRows, maxEnd);
+        regions.AddRows(ormel::ConstView(comp), maxRows, maxEnd);
+        maxRows = maxEnd;
+    }
+
+    // The adaptive threshold of a fresh thresholder replaces the regional one.
+    const float TolvarStandardDeviation = 1.0f;
+    const unsigned char thresh =
+        segmentation::AdaptiveThreshold(regions.Ts(), TolvarStandardDeviation, motionWeight,
+                                        kLowBound, kMiddleBound, kHighBound, 0);
+
+    // The block sums of the binary picture, with the mask's levels, straight from the
+    // maxima; then MakeBlock's marks.
+    const int wx = W / kBlock;
+    const int wy = H / kBlock;
+    maskScratch.blockSums.resize(static_cast<size_t>(wx) * wy);
+    kernels.BinaryBlockSums(ormel::ConstView(comp), thresh,
+                            static_cast<unsigned char>(binImage.GetBlackLevel()),
+                            static_cast<unsigned char>(binImage.GetWhiteLevel()),
+                            maskScratch.blockSums.data());
+    *err = FinishBlockMask(wx, wy, binImage, maskScratch);
+}
+
+void BinGlobalMotionEstimator::MakeBlock(BinImage& binImage, BinImage& blockImage, int* err) {
+    const int wx = binImage.Width() / kBlock;
+    const int wy = binImage.Height() / kBlock;
+    if (wx <= 0 || wy <= 0) {
+        *err = 0;
+        return;
+    }
+    maskScratch.blockSums.resize(static_cast<size_t>(wx) * wy);
+    segmentation::Kernels().BlockSums(ormel::ConstView(BinView(binImage)),
+                                      maskScratch.blockSums.data());
+    *err = FinishBlockMask(wx, wy, blockImage, maskScratch);
 }

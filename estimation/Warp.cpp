@@ -7,61 +7,12 @@
 
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/LumaPlane.h"
+#include "motion/AffineWarp.h"
+#include "numeric/VectorUnit.h"
 
 using estimation::LumaPlane;
 
 namespace {
-
-// Warps prev with a into comp over prev's size (comp must cover it). With cur, also sums
-// |comp - cur| over the pixels that have four neighbours; the sums are exact integers.
-template <bool kWithError>
-void WarpLuma(const LumaPlane& prev, const double* a, const LumaPlane& comp,
-              const LumaPlane* cur, long long* sum, long long* count) {
-    const int W = prev.width;
-    const int H = prev.height;
-    const double xLimit = W - 1;
-    const double yLimit = H - 1;
-    // a[0] + x*a[1] per column; adding y*a[2] afterwards keeps the order of
-    // a[0] + x*a[1] + y*a[2], so every position has the bits of the plain formula.
-    std::vector<double> colX(W), colY(W);
-    for (int x = 0; x < W; ++x) {
-        colX[x] = a[0] + x * a[1];
-        colY[x] = a[3] + x * a[4];
-    }
-    for (int y = 0; y < H; ++y) {
-        const double rowX = y * a[2];
-        const double rowY = y * a[5];
-        unsigned char* d = comp.Row(y);
-        const unsigned char* c = kWithError ? cur->Row(y) : nullptr;
-        for (int x = 0; x < W; ++x) {
-            const double dispX = colX[x] + rowX;
-            const double dispY = colY[x] + rowY;
-            // floor(dispX) in [0, W - 2] is 0 <= dispX < W - 1 (NaN fails too); inside,
-            // truncation is the floor.
-            if (!(dispX >= 0 && dispX < xLimit && dispY >= 0 && dispY < yLimit)) {
-                d[x] = 0;   // no four neighbours: black
-                continue;
-            }
-            const int x1 = static_cast<int>(dispX);
-            const int y1 = static_cast<int>(dispY);
-            const double fx = dispX - x1;
-            const double gx = (x1 + 1) - dispX;
-            const double fy = dispY - y1;
-            const double gy = (y1 + 1) - dispY;
-            const unsigned char* p0 = prev.Row(y1) + x1;
-            const unsigned char* p1 = p0 + prev.width;
-            const double s = fy * (p1[1] * fx + p1[0] * gx) + gy * (p0[1] * fx + p0[0] * gx);
-            int v = static_cast<int>(s);   // truncation, no rounding
-            if (v > 255)
-                v = 255;
-            d[x] = static_cast<unsigned char>(v);
-            if (kWithError) {
-                *sum += std::abs(d[x] - c[x]);
-                ++*count;
-            }
-        }
-    }
-}
 
 // Sum of |a - b| over the W x H region at the origin; an integer sum, exact in any order.
 long long SumAbsDiff(const LumaPlane& a, const LumaPlane& b, int W, int H) {
@@ -83,7 +34,8 @@ void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, double* a,
     const LumaPlane comp(compImage);
     if (!comp.Covers(prev.width, prev.height, "Compensate", "compImage"))
         return;
-    WarpLuma<false>(prev, a, comp, nullptr, nullptr, nullptr);
+    motion::WarpAffine(ormel::ConstView(ormel::LumaView(previous)), a, ormel::LumaView(compImage),
+                       motion::BilinearOrder::kEstimator, scratch.warp, numeric::BestVectorUnit());
 }
 
 void BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, ormel::YUVImage& compImage) {
@@ -116,11 +68,14 @@ double BinGlobalMotionEstimator::Compensate(ormel::YUVImage& previous, ormel::YU
     if (!comp.Covers(prev.width, prev.height, "Compensate", "compImage") ||
         !cur.Covers(prev.width, prev.height, "Compensate", "current"))
         return 0.0;
-    long long sum = 0;
-    long long count = 0;
-    WarpLuma<true>(prev, a, comp, &cur, &sum, &count);
+    motion::ErrorBand all;
+    all.current = ormel::ConstView(ormel::LumaView(current));
+    const motion::WarpError e =
+        motion::WarpAffine(ormel::ConstView(ormel::LumaView(previous)), a, ormel::LumaView(compImage),
+                           motion::BilinearOrder::kEstimator, all, scratch.warp,
+                           numeric::BestVectorUnit());
     // Integer sums are exact in double: the same as summing the doubles. 0 / 0 is NaN.
-    return static_cast<double>(sum) / static_cast<double>(count);
+    return static_cast<double>(e.sum) / static_cast<double>(e.count);
 }
 
 void BinGlobalMotionEstimator::Accuracy(ormel::YUVImage& currentImage, ormel::YUVImage& compImage,

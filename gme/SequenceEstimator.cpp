@@ -3,6 +3,7 @@
 // then warps the previous frame with the model the estimator holds.
 #include "gme/SequenceEstimator.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <cstring>
@@ -86,8 +87,14 @@ struct SequenceEstimator::State {
 };
 
 SequenceEstimator::SequenceEstimator(const Settings& s) : settings(s), state() {
-    if (settings.levels < 1)
-        throw std::invalid_argument("gme::SequenceEstimator: levels must be at least 1");
+    if (settings.levels < 1 || settings.levels > kMaximumLevels)
+        throw std::invalid_argument("gme::SequenceEstimator: levels must be 1 to " +
+                                    std::to_string(kMaximumLevels));
+    if (!(settings.percent >= 1e-6 && settings.percent <= 1))
+        throw std::invalid_argument("gme::SequenceEstimator: percent must be 1e-6 to 1");
+    if (!(settings.er1 >= 0 && settings.er2 >= 0 && std::isfinite(settings.er1) &&
+          std::isfinite(settings.er2)))
+        throw std::invalid_argument("gme::SequenceEstimator: er1 and er2 must be finite and not negative");
 }
 
 SequenceEstimator::~SequenceEstimator() = default;
@@ -98,11 +105,11 @@ std::optional<PairResult> SequenceEstimator::push(const std::uint8_t* luma, int 
                                                   int height, std::ptrdiff_t stride) {
     if (!luma)
         throw std::invalid_argument("gme::SequenceEstimator::push: null frame");
-    if (width < kMinimumWidth || height < kMinimumHeight)
+    const int minimum = 8 << (settings.levels - 1);   // 32 for three levels
+    if (width < minimum || height < minimum)
         throw std::invalid_argument("gme::SequenceEstimator::push: a " + std::to_string(width) +
                                     "x" + std::to_string(height) + " frame is below the minimum " +
-                                    std::to_string(kMinimumWidth) + "x" +
-                                    std::to_string(kMinimumHeight));
+                                    std::to_string(minimum) + "x" + std::to_string(minimum));
     if (stride < width)
         throw std::invalid_argument("gme::SequenceEstimator::push: stride " +
                                     std::to_string(stride) + " is below the width " +

@@ -33,13 +33,17 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Frames must be at least this large in both directions: the coarsest of the three
-// pyramid levels must leave room for the +-7 pixel translation search.
+// Frames must be at least this large in both directions with the default three pyramid
+// levels: the coarsest level must leave room for the +-7 pixel translation search
+// (8 samples). With L levels the minimum is 8 * 2^(L - 1) samples a side.
 constexpr int kMinimumWidth = 32;
 constexpr int kMinimumHeight = 32;
+constexpr int kMaximumLevels = 8;
 
 struct Settings {
-    // The estimator's tuning; the defaults are the gme command's.
+    // The estimator's tuning; the defaults are the gme command's. The constructor refuses
+    // levels outside 1 .. kMaximumLevels, a percent outside [1e-6, 1] and negative or
+    // non-finite bounds (std::invalid_argument).
     int levels = 3;            // pyramid levels, full resolution included
     double er1 = 0.1;          // convergence bound on the translation increments
     double er2 = 0.005;        // convergence bound on the linear-term increments
@@ -84,7 +88,7 @@ public:
     // luma + r * stride. The first frame fixes the size and gives no result; every
     // later one gives the result of its pair. The plane is copied; the caller keeps it.
     // std::invalid_argument when luma is null, stride < width, the size is below the
-    // minimum, or it differs from the first frame's.
+    // minimum for the levels, or it differs from the first frame's.
     std::optional<PairResult> push(const std::uint8_t* luma, int width, int height,
                                    std::ptrdiff_t stride);
 

@@ -42,16 +42,12 @@ double GlobalMotionCompensator::CompensateWithMAE(YUVImage& previous, YUVImage& 
 
 namespace {
 
-// Sampling position of pixel (x, y) under a model of `dim` parameters, in the stated
-// evaluation order. For the affine model colX/colY hold a[0] + a[1]x and a[3] + a[4]x.
+// Sampling position of pixel (x, y) under the translation (dim 2) or the perspective
+// (dim 8) model, in the stated evaluation order.
 template <int dim>
-inline void Map(const double* a, const double* colX, const double* colY, int x, double yd,
-                double* dispX, double* dispY) {
+inline void Map(const double* a, int x, double yd, double* dispX, double* dispY) {
     const double xd = x;
-    if (dim == 6) {
-        *dispX = colX[x] + a[2] * yd;
-        *dispY = colY[x] + a[5] * yd;
-    } else if (dim == 8) {
+    if (dim == 8) {
         const double den = 1 + (a[6] * xd + a[7] * yd);
         *dispX = ((a[0] + a[1] * xd) + a[2] * yd) / den;
         *dispY = ((a[3] + a[4] * xd) + a[5] * yd) / den;
@@ -61,41 +57,23 @@ inline void Map(const double* a, const double* colX, const double* colY, int x, 
     }
 }
 
-struct WarpPlanes {
-    const unsigned char* P;   // reference luminance, W x H
-    int W, H;
-    unsigned char* out;       // compensated luminance, row stride outW
-    int outW, outH;
-    const unsigned char* cur; // current luminance for the MAE, or null
-    int curW;
-};
-
-// Warps every pixel; returns the MAE over the band (th percent) when cur is given.
-// The sum of absolute 8-bit differences is an integer: accumulating it in 64 bits and
-// converting once gives the same double as adding each term to a double.
+// The translation and perspective warps, pixel by pixel (no error is gathered for them).
 template <int dim>
-double WarpPlane(const WarpPlanes& w, const double* a, int th) {
-    std::vector<double> colX(static_cast<size_t>(w.W > 0 ? w.W : 0));
-    std::vector<double> colY(colX.size());
-    for (int x = 0; x < w.W; ++x) {
-        colX[x] = a[0] + a[1] * x;
-        colY[x] = a[3] + a[4] * x;
-    }
-    const int thy = w.outH * th / 100;
-    const int thx = w.outW * th / 100;
-    long long sum = 0;
-    long long count = 0;
-    for (int y = 0; y < w.H; ++y) {
-        unsigned char* o = w.out + static_cast<long>(y) * w.outW;
-        const unsigned char* c = w.cur ? w.cur + static_cast<long>(y) * w.curW : nullptr;
+void WarpPlane(YUVImage& previous, YUVImage& compImage, const double* a) {
+    const unsigned char* P = previous.GetArray(Y_COMP);
+    const int W = previous.Width(Y_COMP);
+    const int H = previous.Height(Y_COMP);
+    unsigned char* out = compImage.GetArray(Y_COMP);
+    const int outW = compImage.Width(Y_COMP);
+    for (int y = 0; y < H; ++y) {
+        unsigned char* o = out + static_cast<long>(y) * outW;
         const double yd = y;
-        const bool rowInBand = y < thy || y > w.outH - thy;
-        for (int x = 0; x < w.W; ++x) {
+        for (int x = 0; x < W; ++x) {
             double dispX, dispY;
-            Map<dim>(a, colX.data(), colY.data(), x, yd, &dispX, &dispY);
+            Map<dim>(a, x, yd, &dispX, &dispY);
             int x1, y1;
             if (!FloorToInt(dispX, &x1) || !FloorToInt(dispY, &y1) ||
-                x1 < 0 || x1 >= w.W - 1 || y1 < 0 || y1 >= w.H - 1) {
+                x1 < 0 || x1 >= W - 1 || y1 < 0 || y1 >= H - 1) {
                 o[x] = 0;
                 continue;
             }
@@ -103,21 +81,16 @@ double WarpPlane(const WarpPlanes& w, const double* a, int th) {
             const double xf2 = dispX - x1;
             const double yf1 = (y1 + 1) - dispY;
             const double yf2 = dispY - y1;
-            const unsigned char* p0 = w.P + static_cast<long>(y1) * w.W + x1;
-            const unsigned char* p1 = p0 + w.W;
+            const unsigned char* p0 = P + static_cast<long>(y1) * W + x1;
+            const unsigned char* p1 = p0 + W;
             const double s1 = p0[0] * xf1 + p0[1] * xf2;
             const double s2 = p1[0] * xf1 + p1[1] * xf2;
             int s = static_cast<int>(yf1 * s1 + yf2 * s2);   // truncation, no rounding
             if (s > 255)
                 s = 255;
             o[x] = static_cast<unsigned char>(s);
-            if (c && rowInBand && (x < thx || x > w.outW - thx)) {
-                sum += std::abs(s - c[x]);
-                ++count;
-            }
         }
     }
-    return static_cast<double>(sum) / static_cast<double>(count);   // NaN when count is 0
 }
 
 }  // namespace
@@ -131,25 +104,32 @@ double GlobalMotionCompensator::Warp(YUVImage& previous, YUVImage* current,
     double a[8] = {0, 0, 0, 0, 0, 0, 0, 0};   // local copy: output stores cannot alias it
     for (size_t k = 0; k < dim; ++k)
         a[k] = params[k];
-
-    WarpPlanes w;
-    w.P = previous.GetArray(Y_COMP);
-    w.W = previous.Width(Y_COMP);
-    w.H = previous.Height(Y_COMP);
-    w.out = compImage.GetArray(Y_COMP);
-    w.outW = compImage.Width(Y_COMP);
-    w.outH = compImage.Height(Y_COMP);
-    // The error is gathered for the affine model only.
-    w.cur = current && dim == 6 ? current->GetArray(Y_COMP) : nullptr;
-    w.curW = current ? current->Width(Y_COMP) : 0;
-
-    if (dim == 6) {
-        const double mae = WarpPlane<6>(w, a, th);
-        return w.cur ? mae : 0.0;
+    if (dim == 8) {
+        WarpPlane<8>(previous, compImage, a);
+        return 0.0;
     }
-    if (dim == 8)
-        WarpPlane<8>(w, a, th);
-    else
-        WarpPlane<2>(w, a, th);
-    return 0.0;
+    if (dim == 2) {
+        WarpPlane<2>(previous, compImage, a);
+        return 0.0;
+    }
+
+    const ormel::ConstPlaneView prev = ormel::ConstView(ormel::LumaView(previous));
+    const ormel::PlaneView out = ormel::LumaView(compImage);
+    if (!current) {
+        motion::WarpAffine(prev, a, out, motion::BilinearOrder::kCompensator, scratch,
+                           numeric::BestVectorUnit());
+        return 0.0;
+    }
+    // The band: th percent of the output's size from each side, strict on both.
+    motion::ErrorBand band;
+    band.current = ormel::ConstView(ormel::LumaView(*current));
+    band.colLow = out.width * th / 100;
+    band.colHigh = out.width - band.colLow;
+    band.rowLow = out.height * th / 100;
+    band.rowHigh = out.height - band.rowLow;
+    const motion::WarpError e = motion::WarpAffine(
+        prev, a, out, motion::BilinearOrder::kCompensator, band, scratch, numeric::BestVectorUnit());
+    // The sum of absolute 8-bit differences is an integer: accumulated in 64 bits and
+    // converted once it is the double that adding each term to a double gives.
+    return static_cast<double>(e.sum) / static_cast<double>(e.count);   // NaN when count is 0
 }

@@ -7,6 +7,7 @@
 #define GLOBALMOTIONCOMPENSATOR_H
 
 #include "image/YUVImage.h"
+#include "motion/AffineWarp.h"
 #include "motion/MotionCompensator.h"
 #include "motion/MotionModel.h"
 
@@ -33,6 +34,8 @@ protected:
 private:
     double Warp(ormel::YUVImage& previous, ormel::YUVImage* current,
                 ormel::YUVImage& compImage, int th);
+
+    motion::WarpScratch scratch;   // position terms, reused from warp to warp
 };
 
 #endif

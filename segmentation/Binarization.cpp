@@ -3,7 +3,8 @@
 
 #include <iostream>
 
-#include "segmentation/LumaPlane.h"
+#include "segmentation/MethodBuffers.h"
+#include "segmentation/PlaneKernels.h"
 
 using namespace segmentation;
 
@@ -46,16 +47,14 @@ int Binarization::Binarizer(ormel::YUVImage& source, BinImage& target,
         return 1;
     }
     // Each output sample depends on its own input only, so the column-by-column scan
-    // comes down to one pass over the plane (no padding: index = width * y + x).
-    // Equality goes to black. A buffer made smaller by BuffAlloc bounds the pass.
+    // comes down to one pass over the plane (no padding: index = width * y + x), here as
+    // a single row. Equality goes to black. A buffer made smaller by BuffAlloc bounds the
+    // pass.
     const long pixels = static_cast<long>(width) * height;
-    const long n = pixels < size ? pixels : size;
-    const unsigned char black = blackLevel;
-    const unsigned char white = whiteLevel;
-    const unsigned char* in = inBuffer;
-    unsigned char* out = outBuffer;
-    for (long i = 0; i < n; ++i)
-        out[i] = in[i] <= threshold ? black : white;
+    const int n = static_cast<int>(pixels < size ? pixels : size);
+    if (n > 0)
+        Kernels().Binarize(ConstMethodPlane(inBuffer, n, 1), threshold, blackLevel, whiteLevel,
+                           MethodPlane(outBuffer, n, 1));
     target.CopyRawDataFrom(outBuffer, size);
     target.SetisBinarized(true);
     return 0;

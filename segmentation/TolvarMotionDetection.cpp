@@ -3,9 +3,9 @@
 
 #include <cstring>
 #include <iostream>
-#include <memory>
 
-#include "segmentation/LumaPlane.h"
+#include "segmentation/MethodBuffers.h"
+#include "segmentation/PlaneKernels.h"
 
 using namespace segmentation;
 
@@ -113,81 +113,22 @@ bool TolvarMotionDetection::MaxFilter(ormel::YUVImage& in, ormel::YUVImage& out)
     return true;
 }
 
-// Mean of |work - reference| over the window, by running sums: column sums over the
-// window's rows, slid down one row at a time, then a row sum slid across. The sums are
-// integers, exactly what a double accumulation of the same terms gives; the division is
-// done in double by the window area as an int, then truncated.
+// Both run on the interior only, which is empty when the window is wider or taller than
+// the plane; a window with an interior fits an int.
 void TolvarMotionDetection::Average() {
-    const long h = halfBefore;
-    const long e = halfAfter;
-    if (width - h <= h || height - h <= h)
-        return;   // no interior
-    const int area = static_cast<int>(windowSize * windowSize);
-    const long w = width;
-    std::unique_ptr<long[]> colSum(NewZeroed<long>(w));
-    auto absDiff = [this, w](long row, long x) {
-        const long i = row * w + x;
-        const int d = static_cast<int>(work[i]) - static_cast<int>(reference[i]);
-        return static_cast<long>(d < 0 ? -d : d);
-    };
-    for (long row = 0; row < windowSize; ++row) {   // window rows of the first interior row
-        for (long x = 0; x < w; ++x)
-            colSum[x] += absDiff(row, x);
-    }
-    for (long y = h; y < height - h; ++y) {
-        if (y > h) {
-            const long enter = y + e - 1;
-            const long leave = y - h - 1;
-            for (long x = 0; x < w; ++x)
-                colSum[x] += absDiff(enter, x) - absDiff(leave, x);
-        }
-        unsigned char* out = result + y * w;
-        long sum = 0;
-        for (long x = 0; x < windowSize; ++x)
-            sum += colSum[x];
-        for (long x = h; x < w - h; ++x) {
-            if (x > h)
-                sum += colSum[x + e - 1] - colSum[x - h - 1];
-            out[x] = static_cast<unsigned char>(static_cast<int>(static_cast<double>(sum) / area));
-        }
-    }
+    if (width - halfBefore <= halfBefore || height - halfBefore <= halfBefore)
+        return;
+    Kernels().AbsDiffMean(ConstMethodPlane(work, width, height),
+                          ConstMethodPlane(reference, width, height),
+                          static_cast<int>(windowSize), MethodPlane(result, width, height), 0,
+                          height);
 }
 
-// Clipped windowed maximum, separably: the maximum across the window in each row, then
-// down the window in each column. The scaling is a table over the 256 possible maxima.
 void TolvarMotionDetection::WindowMax() {
-    const long h = halfBefore;
-    const long e = halfAfter;
-    if (width - h <= h || height - h <= h)
-        return;   // no interior
-    unsigned char scaled[256];
-    for (unsigned int m = 0; m < 256; ++m) {
-        const unsigned int clipped = m <= clipLevel ? m : clipLevel;
-        scaled[m] = static_cast<unsigned char>(gain * clipped);   // low 8 bits: wraps
-    }
-    const long w = width;
-    std::unique_ptr<unsigned char[]> rowMax(NewZeroed<unsigned char>(size));
-    for (long y = 0; y < height; ++y) {
-        const unsigned char* in = work + y * w;
-        unsigned char* rm = rowMax.get() + y * w;
-        for (long x = h; x < w - h; ++x) {
-            unsigned char m = 0;
-            for (long dx = -h; dx < e; ++dx)
-                m = in[x + dx] > m ? in[x + dx] : m;
-            rm[x] = m;
-        }
-    }
-    for (long y = h; y < height - h; ++y) {
-        unsigned char* out = result + y * w;
-        for (long x = h; x < w - h; ++x) {
-            unsigned char m = 0;
-            for (long dy = -h; dy < e; ++dy) {
-                const unsigned char v = rowMax[(y + dy) * w + x];
-                m = v > m ? v : m;
-            }
-            out[x] = scaled[m];
-        }
-    }
+    if (width - halfBefore <= halfBefore || height - halfBefore <= halfBefore)
+        return;
+    Kernels().ClippedMax(ConstMethodPlane(work, width, height), static_cast<int>(windowSize),
+                         clipLevel, gain, MethodPlane(result, width, height), 0, height);
 }
 
 bool TolvarMotionDetection::BuffAlloc(int n) {

@@ -48,7 +48,7 @@ public:
 
 private:
     bool CanRun() const;     // reports and refuses an empty window or outgrown buffers
-    void Average();          // work against reference, into the result's interior
+    void Average();          // mean |work - reference|, into the result's interior
     void WindowMax();        // clipped, scaled maximum of work, into the interior
 
     int width;

@@ -1,4 +1,8 @@
-// The object mask: 8 x 8 blocks from a binary difference picture, and Binary on frame pairs.
+// The object mask: 8 x 8 blocks from a binary difference picture, and Binary on frame pairs,
+// also against the segmentation objects it stands for.
+#include "segmentation/Binarization.h"
+#include "segmentation/TolvarMotionDetection.h"
+#include "segmentation/TolvarThrshold.h"
 #include "tests/estimation/EstimatorTestUtil.h"
 
 using Map = std::vector<std::string>;
@@ -102,4 +106,84 @@ TEST_F(Binary, MovingSquareMarksItsBlocks) {
         EXPECT_EQ(map[j].substr(5, 4), "####") << "block row " << j;
     for (int j : {1, 2})
         EXPECT_EQ(map[j].substr(1, 13), std::string(13, '.')) << "block row " << j;
+}
+
+// Binary step by step with the segmentation objects, as a fresh detector (black level of
+// the estimator), thresholder (its motion weight) and binarizer would run it.
+static int ComposedBinary(BinGlobalMotionEstimator& est, YUVImage& cur, YUVImage& prev,
+                          double* a, BinImage& mask) {
+    const int W = cur.Width(ormel::Y_COMP), H = cur.Height(ormel::Y_COMP);
+    YUVImage comp(ormel::YUV420, W, H), diff(comp), max(comp);
+    est.Compensate(prev, a, comp);
+    BinImage temp(mask);
+    const int savedBlack = black_level;
+    black_level = est.blackLevel;
+    TolvarMotionDetection detector(cur, 5, 42, 6, ormel::quiet);
+    black_level = savedBlack;
+    TolvarThrshold thresholder(diff, ormel::quiet);
+    thresholder.SetMotionWeight(est.motionWeight);
+    Binarization binarizer(temp, ormel::quiet);
+    detector.AbsoluteDifferenceAverager(cur, comp, diff);
+    detector.MaxFilter(diff, max);
+    thresholder.TolvarThresholder(max);
+    binarizer.Binarizer(max, temp, thresholder.TolvarAdaptiveThresholder(1.0f, 80, 120, 200));
+    int err = -1;
+    est.MakeBlock(temp, mask, &err);
+    return err;
+}
+
+// Odd sizes (stripes that end anywhere, blocks cut off at the edges), textures with a
+// moving square and noise over part of the frame (regional thresholds in all three bands
+// of the adaptive one), other black levels and weights, a mask with other levels, and the
+// same estimator again at other sizes.
+TEST_F(Binary, EqualsTheDetectorThresholderAndBinarizerStepByStep) {
+    const struct { int w, h, blackLevel; float weight; unsigned maskBlack, maskWhite; int noise, noisyPercent; } cases[] = {
+        {128, 96, 0, 3.4f, 0, 255, 0, 0},       {77, 45, 0, 3.4f, 0, 255, 30, 50},
+        {203, 131, 9, 3.4f, 0, 255, 90, 28},    {64, 33, 0, -40.0f, 0, 255, 160, 40},
+        {145, 70, 250, 3.4f, 0, 255, 255, 22},  {97, 103, 3, 20.0f, 3, 200, 120, 25},
+        {8, 8, 0, 3.4f, 0, 255, 255, 100},      {352, 67, 0, 3.4f, 0, 255, 15, 30},
+        {181, 99, 0, 3.4f, 0, 255, 255, 25},
+    };
+    std::mt19937 rng(11);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.w << "x" << c.h << " noise " << c.noise);
+        YUVImage prev(ormel::YUV420, c.w, c.h), cur(prev);
+        const double motion[6] = {0.7, 1.01, -0.02, -1.3, 0.015, 0.99};
+        TexturedPair(cur, prev, motion);
+        std::uniform_int_distribution<int> noise(-c.noise, c.noise);
+        Fill(cur, [&](int x, int y) {
+            const int square = x > c.w / 3 && x < c.w / 2 && y > c.h / 4 && y < c.h / 2 ? 60 : 0;
+            const int n = 100 * x < c.noisyPercent * c.w ? noise(rng) : 0;
+            return std::clamp(cur.Y(x, y) + n - square, 0, 255);
+        });
+        est.blackLevel = c.blackLevel;
+        est.motionWeight = c.weight;
+        BinImage got(c.w, c.h, c.maskBlack, c.maskWhite, ormel::quiet), want(got);
+        got.ClearRawData(7);
+        want.ClearRawData(7);
+        double a[6] = {0.6, 1.01, -0.02, -1.2, 0.015, 0.99};
+        int err = 123;
+        const std::string printed = Printed([&] { est.Binary(cur, prev, a, got, &err); });
+        EXPECT_EQ(printed, Printed([&] { EXPECT_EQ(err, ComposedBinary(est, cur, prev, a, want)); }));
+        ASSERT_EQ(std::vector<unsigned char>(got.GetArray(ormel::Y_COMP), got.GetArray(ormel::Y_COMP) + c.w * c.h),
+                  std::vector<unsigned char>(want.GetArray(ormel::Y_COMP), want.GetArray(ormel::Y_COMP) + c.w * c.h));
+    }
+}
+
+TEST_F(Binary, FramesOfAnotherSizeAreRefusedAndTinyOnesHaveNoBlocks) {
+    YUVImage cur(ormel::YUV420, 40, 24), prev(ormel::YUV420, 40, 23), tiny(ormel::YUV400, 7, 30);
+    BinImage mask(40, 24, 0, 255, ormel::quiet), tinyMask(7, 30, 0, 255, ormel::quiet);
+    mask.ClearRawData(5);
+    tinyMask.ClearRawData(5);
+    double a[6] = {0, 1, 0, 0, 0, 1};
+    int err = 17;
+    EXPECT_EQ(Printed([&] { est.Binary(cur, prev, a, mask, &err); }),
+              "BinGlobalMotionEstimator::Binary: previous is not 40 x 24\n");
+    EXPECT_EQ(Printed([&] { est.Binary(cur, cur, a, tinyMask, &err); }),
+              "BinGlobalMotionEstimator::Binary: binImage is not 40 x 24\n");
+    EXPECT_EQ(err, 17);
+    EXPECT_EQ(mask.GetPixel(0, 0), 5);
+    est.Binary(tiny, tiny, a, tinyMask, &err);
+    EXPECT_EQ(err, 0);
+    EXPECT_EQ(tinyMask.GetPixel(3, 3), 5);
 }

@@ -120,7 +120,9 @@ TEST(SequenceEstimator, BadFramesAreRefusedWithoutATrace) {
     ASSERT_EQ(got.size(), expected.size());
     for (size_t k = 0; k < got.size(); ++k)
         ExpectSame(got[k], expected[k]);
-    EXPECT_THROW(gme::SequenceEstimator(gme::Settings{0}), std::invalid_argument);
+    for (const auto& bad : {gme::Settings{0}, gme::Settings{9}, gme::Settings{3, -0.1},
+                            gme::Settings{3, 0.1, 0.005, 0.0}, gme::Settings{3, 0.1, 0.005, 1.5}})
+        EXPECT_THROW(gme::SequenceEstimator{bad}, std::invalid_argument);
 
     std::vector<std::uint8_t> out(kW * kH);
     const std::array<double, 6> identity = {0, 1, 0, 0, 0, 1};

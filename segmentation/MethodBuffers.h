@@ -1,13 +1,15 @@
-// LumaPlane: guarded transfers between a method's byte buffers and the luminance
-// plane of an image. The methods address an image as a plane of their own width, so
-// the only check is that the plane holds at least the bytes moved.
-#ifndef SEGMENTATION_LUMAPLANE_H
-#define SEGMENTATION_LUMAPLANE_H
+// MethodBuffers: what the segmentation methods share about their byte buffers: guarded
+// transfers between a buffer and an image's luminance plane, the plane view a method's
+// loops work on, and allocation. The methods address an image as a plane of their own
+// width, so the only check is that the plane holds at least the bytes used.
+#ifndef SEGMENTATION_METHODBUFFERS_H
+#define SEGMENTATION_METHODBUFFERS_H
 
 #include <cstddef>
 #include <new>
 
 #include "image/BaseImage.h"
+#include "image/PlaneView.h"
 
 namespace segmentation {
 
@@ -19,6 +21,15 @@ long LumaSamples(ormel::BaseImage& img);
 // (StoreLuma). False, with nothing moved, when the plane holds fewer than n samples.
 bool LoadLuma(ormel::BaseImage& img, unsigned char* dst, int n);
 bool StoreLuma(const unsigned char* src, int n, ormel::BaseImage& img);
+
+// data as a width x height plane with rows width apart. The caller has checked that data
+// holds width * height bytes (LumaSamples, or the method's own size).
+inline ormel::PlaneView MethodPlane(unsigned char* data, int width, int height) {
+    return ormel::PlaneView{data, width, height, width};
+}
+inline ormel::ConstPlaneView ConstMethodPlane(const unsigned char* data, int width, int height) {
+    return ormel::ConstPlaneView{data, width, height, width};
+}
 
 // Prints the refusal shared by the methods when an image is smaller than their buffers.
 void ReportSmallImage();

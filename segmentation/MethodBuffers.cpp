@@ -1,5 +1,5 @@
-// LumaPlane: checked luminance transfers and buffer allocation for the methods.
-#include "segmentation/LumaPlane.h"
+// MethodBuffers: checked luminance transfers and buffer allocation for the methods.
+#include "segmentation/MethodBuffers.h"
 
 #include <cstdlib>
 #include <cstring>

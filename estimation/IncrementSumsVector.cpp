@@ -1,0 +1,462 @@
+// IncrementSums: the AVX2 and AVX-512 paths.
+//
+// Both work in two steps. First the per-pixel terms of a group of consecutive pixels of a
+// row (4 or 8, one per lane) are computed side by side, each lane exactly the scalar
+// operations of the plain path in their order; the group is transposed into one record
+// per pixel, (dedp[0..5], e, 0), and queued in summation order: per row for the threshold
+// form, per column for the mask form, whose order is column by column. A pixel that does
+// not take part gets a record of zeros: all its products are then +0 or -0, and adding
+// those leaves every sum as it is (a sum that starts at +0 never becomes -0). A group in
+// which no pixel takes part is left out. Then the records are added one after the
+// other: for every row i of M, the record times dedp[i] gives dedp[i] dedp[j] in lane j
+// and dedp[i] e in lane 6, added lane by lane into that row's running sums. So each of
+// the 27 sums takes its terms in pixel order, one rounding per addition, as the plain
+// loop does; the other lanes carry duplicates that are never read.
+//
+// The four neighbours come from two 32-bit gathers per group: one at (x1, y1) and one at
+// (x1, y1 + 1). In the threshold form they read the 8-bit previous frame, the second two
+// bytes early so that it stays inside the plane: P00, P10 are the low bytes of the first,
+// P01, P11 the high bytes of the second. In the mask form they read the 16-bit sample and
+// clear plane: (P00, clear, P10, -) and (P01, -, P11, -).
+#include "estimation/IncrementSumsPaths.h"
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// GCC 12 reports the intrinsics' own deliberately undefined vectors.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+#define GME_AVX2 __attribute__((target("avx2")))
+#define GME_AVX512 __attribute__((target("avx2,avx512f,avx512bw,avx512dq,avx512vl")))
+
+namespace estimation {
+namespace paths {
+
+namespace {
+
+// ---------------------------------------------------------------- AVX-512, 8 lanes
+
+// The terms of pixels x .. x + 7 of row y into v[0..7] = dedp[0..5], e, 0 (lanes =
+// pixels). Returns the lanes that take part among `candidates`: inside, mask-free (mask
+// form), and with a non-zero gradient.
+GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
+    const Planes& p, const IncrementScratch& s, bool maskForm, int x, int y,
+    __mmask8 candidates, __m512d v[8]) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    const __m512d zero = _mm512_setzero_pd();
+    const __m512d dx = _mm512_add_pd(_mm512_loadu_pd(&s.colX[x]), _mm512_set1_pd(s.rowX[y]));
+    const __m512d dy = _mm512_add_pd(_mm512_loadu_pd(&s.colY[x]), _mm512_set1_pd(s.rowY[y]));
+    __mmask8 in = candidates & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
+                  _mm512_cmp_pd_mask(dx, _mm512_set1_pd(W - 1), _CMP_LT_OQ) &
+                  _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
+                  _mm512_cmp_pd_mask(dy, _mm512_set1_pd(H - 1), _CMP_LT_OQ);
+    if (!in)
+        return 0;
+    const __m256i ix = _mm512_cvttpd_epi32(dx);
+    const __m256i iy = _mm512_cvttpd_epi32(dy);
+    const __m256i bytes = _mm256_set1_epi32(0xff);
+    __m256i p00, p10, p01, p11;
+    if (maskForm) {
+        const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(W)), ix);
+        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.sampleClear, 2);
+        in &= _mm256_test_epi32_mask(g0, _mm256_set1_epi32(0xff00));
+        if (!in)
+            return 0;
+        const __m256i g1 = _mm256_mmask_i32gather_epi32(
+            _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(W)), p.sampleClear, 2);
+        p00 = _mm256_and_si256(g0, bytes);
+        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 16), bytes);
+        p01 = _mm256_and_si256(g1, bytes);
+        p11 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
+    } else {
+        const int stride = static_cast<int>(p.previous.stride);
+        const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(stride)), ix);
+        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
+        const __m256i g1 = _mm256_mmask_i32gather_epi32(
+            _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(stride - 2)),
+            p.previous.data, 1);
+        p00 = _mm256_and_si256(g0, bytes);
+        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
+        p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
+        p11 = _mm256_srli_epi32(g1, 24);
+    }
+    const __m512d q00 = _mm512_cvtepi32_pd(p00);
+    const __m512d q10 = _mm512_cvtepi32_pd(p10);
+    const __m512d q01 = _mm512_cvtepi32_pd(p01);
+    const __m512d q11 = _mm512_cvtepi32_pd(p11);
+    const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
+    const __m512d cv = _mm512_cvtepi32_pd(
+        _mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(live, p.current.Row(y) + x)));
+
+    const __m512d one = _mm512_set1_pd(1.0);
+    const __m512d dk = _mm512_sub_pd(dx, _mm512_cvtepi32_pd(ix));
+    const __m512d dl = _mm512_sub_pd(dy, _mm512_cvtepi32_pd(iy));
+    const __m512d omk = _mm512_sub_pd(one, dk);
+    const __m512d oml = _mm512_sub_pd(one, dl);
+    // bilin = P00 (1 - dk)(1 - dl) + P10 dk (1 - dl) + P01 (1 - dk) dl + P11 dk dl
+    __m512d bilin = _mm512_mul_pd(_mm512_mul_pd(q00, omk), oml);
+    bilin = _mm512_add_pd(bilin, _mm512_mul_pd(_mm512_mul_pd(q10, dk), oml));
+    bilin = _mm512_add_pd(bilin, _mm512_mul_pd(_mm512_mul_pd(q01, omk), dl));
+    bilin = _mm512_add_pd(bilin, _mm512_mul_pd(_mm512_mul_pd(q11, dk), dl));
+    // The differences of whole samples are exact in double. Lanes that do not take part
+    // become 0 (they may hold anything, not a number included).
+    const __m512d dIdx = _mm512_maskz_add_pd(in, _mm512_mul_pd(_mm512_sub_pd(q10, q00), oml),
+                                             _mm512_mul_pd(_mm512_sub_pd(q11, q01), dl));
+    const __m512d dIdy = _mm512_maskz_add_pd(in, _mm512_mul_pd(_mm512_sub_pd(q01, q00), omk),
+                                             _mm512_mul_pd(_mm512_sub_pd(q11, q10), dk));
+    const __m512d xs = _mm512_cvtepi32_pd(
+        _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+    const __m512d ys = _mm512_set1_pd(y);
+    v[0] = dIdx;
+    v[1] = _mm512_mul_pd(xs, dIdx);
+    v[2] = _mm512_mul_pd(ys, dIdx);
+    v[3] = dIdy;
+    v[4] = _mm512_mul_pd(xs, dIdy);
+    v[5] = _mm512_mul_pd(ys, dIdy);
+    v[6] = _mm512_maskz_sub_pd(in, bilin, cv);
+    v[7] = zero;
+    return in;
+}
+
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to + l * step (64-byte
+// aligned).
+GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8], double* to,
+                                                                 std::size_t step) {
+    const __m512d t0 = _mm512_unpacklo_pd(v[0], v[1]);   // lanes 0, 2, 4, 6 of v0, v1
+    const __m512d t1 = _mm512_unpackhi_pd(v[0], v[1]);   // lanes 1, 3, 5, 7
+    const __m512d t2 = _mm512_unpacklo_pd(v[2], v[3]);
+    const __m512d t3 = _mm512_unpackhi_pd(v[2], v[3]);
+    const __m512d t4 = _mm512_unpacklo_pd(v[4], v[5]);
+    const __m512d t5 = _mm512_unpackhi_pd(v[4], v[5]);
+    const __m512d t6 = _mm512_unpacklo_pd(v[6], v[7]);
+    const __m512d t7 = _mm512_unpackhi_pd(v[6], v[7]);
+    const __m512i even = _mm512_setr_epi64(0, 1, 8, 9, 4, 5, 12, 13);
+    const __m512i odd = _mm512_setr_epi64(2, 3, 10, 11, 6, 7, 14, 15);
+    const __m512d u0 = _mm512_permutex2var_pd(t0, even, t2);   // pixels 0 and 4, v0-v3
+    const __m512d u1 = _mm512_permutex2var_pd(t0, odd, t2);    // pixels 2 and 6
+    const __m512d u2 = _mm512_permutex2var_pd(t1, even, t3);   // pixels 1 and 5
+    const __m512d u3 = _mm512_permutex2var_pd(t1, odd, t3);    // pixels 3 and 7
+    const __m512d u4 = _mm512_permutex2var_pd(t4, even, t6);   // the same of v4-v7
+    const __m512d u5 = _mm512_permutex2var_pd(t4, odd, t6);
+    const __m512d u6 = _mm512_permutex2var_pd(t5, even, t7);
+    const __m512d u7 = _mm512_permutex2var_pd(t5, odd, t7);
+    _mm512_store_pd(to + 0 * step, _mm512_shuffle_f64x2(u0, u4, 0x44));
+    _mm512_store_pd(to + 1 * step, _mm512_shuffle_f64x2(u2, u6, 0x44));
+    _mm512_store_pd(to + 2 * step, _mm512_shuffle_f64x2(u1, u5, 0x44));
+    _mm512_store_pd(to + 3 * step, _mm512_shuffle_f64x2(u3, u7, 0x44));
+    _mm512_store_pd(to + 4 * step, _mm512_shuffle_f64x2(u0, u4, 0xee));
+    _mm512_store_pd(to + 5 * step, _mm512_shuffle_f64x2(u2, u6, 0xee));
+    _mm512_store_pd(to + 6 * step, _mm512_shuffle_f64x2(u1, u5, 0xee));
+    _mm512_store_pd(to + 7 * step, _mm512_shuffle_f64x2(u3, u7, 0xee));
+}
+
+// The six running sums stay in registers through the loop.
+GME_AVX512 inline void Add8(const double* records, std::size_t n, __m512d sums[6]) {
+    __m512d s0 = sums[0], s1 = sums[1], s2 = sums[2], s3 = sums[3], s4 = sums[4], s5 = sums[5];
+    for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8) {
+        const __m512d d = _mm512_load_pd(r);
+        s0 = _mm512_add_pd(s0, _mm512_mul_pd(d, _mm512_set1_pd(r[0])));
+        s1 = _mm512_add_pd(s1, _mm512_mul_pd(d, _mm512_set1_pd(r[1])));
+        s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_set1_pd(r[2])));
+        s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_set1_pd(r[3])));
+        s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_set1_pd(r[4])));
+        s5 = _mm512_add_pd(s5, _mm512_mul_pd(d, _mm512_set1_pd(r[5])));
+    }
+    sums[0] = s0, sums[1] = s1, sums[2] = s2, sums[3] = s3, sums[4] = s4, sums[5] = s5;
+}
+
+GME_AVX512 void Store8(const __m512d sums[6], NormalEquations* out) {
+    for (int i = 0; i < 6; ++i) {
+        alignas(64) double lane[8];
+        _mm512_store_pd(lane, sums[i]);
+        for (int j = 0; j <= i; ++j)
+            out->M[i * 6 + j] = lane[j];
+        out->b[i] = lane[6];
+    }
+}
+
+// ---------------------------------------------------------------- AVX2, 4 lanes
+
+// Up to four bytes of a row from x on, zeros past its end.
+inline int Bytes4(const std::uint8_t* row, int x, int W) {
+    int v = 0;
+    std::memcpy(&v, row + x, static_cast<std::size_t>(W - x >= 4 ? 4 : W - x));
+    return v;
+}
+
+// As Prepare8 for pixels x .. x + 3; `candidates` holds one all-ones 32-bit lane per
+// candidate pixel. Returns the bits of the lanes that take part.
+GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
+                                                            const IncrementScratch& s,
+                                                            bool maskForm, int x, int y,
+                                                            __m128i candidates, __m256d v[8]) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    const __m256d zero = _mm256_setzero_pd();
+    const __m256d dx = _mm256_add_pd(_mm256_loadu_pd(&s.colX[x]), _mm256_set1_pd(s.rowX[y]));
+    const __m256d dy = _mm256_add_pd(_mm256_loadu_pd(&s.colY[x]), _mm256_set1_pd(s.rowY[y]));
+    const __m256d in64 = _mm256_and_pd(
+        _mm256_and_pd(_mm256_cmp_pd(dx, zero, _CMP_GE_OQ),
+                      _mm256_cmp_pd(dx, _mm256_set1_pd(W - 1), _CMP_LT_OQ)),
+        _mm256_and_pd(_mm256_cmp_pd(dy, zero, _CMP_GE_OQ),
+                      _mm256_cmp_pd(dy, _mm256_set1_pd(H - 1), _CMP_LT_OQ)));
+    __m128i in = _mm_and_si128(
+        candidates, _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(
+                        _mm256_castpd_si256(in64), _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6))));
+    if (_mm_testz_si128(in, in))
+        return 0;
+    const __m128i ix = _mm256_cvttpd_epi32(dx);
+    const __m128i iy = _mm256_cvttpd_epi32(dy);
+    const __m128i bytes = _mm_set1_epi32(0xff);
+    __m128i p00, p10, p01, p11;
+    if (maskForm) {
+        const int* base = reinterpret_cast<const int*>(p.sampleClear);
+        const __m128i at = _mm_add_epi32(_mm_mullo_epi32(iy, _mm_set1_epi32(W)), ix);
+        const __m128i g0 = _mm_mask_i32gather_epi32(_mm_setzero_si128(), base, at, in, 2);
+        in = _mm_andnot_si128(
+            _mm_cmpeq_epi32(_mm_and_si128(g0, _mm_set1_epi32(0xff00)), _mm_setzero_si128()), in);
+        if (_mm_testz_si128(in, in))
+            return 0;
+        const __m128i g1 = _mm_mask_i32gather_epi32(
+            _mm_setzero_si128(), base, _mm_add_epi32(at, _mm_set1_epi32(W)), in, 2);
+        p00 = _mm_and_si128(g0, bytes);
+        p10 = _mm_and_si128(_mm_srli_epi32(g0, 16), bytes);
+        p01 = _mm_and_si128(g1, bytes);
+        p11 = _mm_and_si128(_mm_srli_epi32(g1, 16), bytes);
+    } else {
+        const int* base = reinterpret_cast<const int*>(p.previous.data);
+        const int stride = static_cast<int>(p.previous.stride);
+        const __m128i at = _mm_add_epi32(_mm_mullo_epi32(iy, _mm_set1_epi32(stride)), ix);
+        const __m128i g0 = _mm_mask_i32gather_epi32(_mm_setzero_si128(), base, at, in, 1);
+        const __m128i g1 = _mm_mask_i32gather_epi32(
+            _mm_setzero_si128(), base, _mm_add_epi32(at, _mm_set1_epi32(stride - 2)), in, 1);
+        p00 = _mm_and_si128(g0, bytes);
+        p10 = _mm_and_si128(_mm_srli_epi32(g0, 8), bytes);
+        p01 = _mm_and_si128(_mm_srli_epi32(g1, 16), bytes);
+        p11 = _mm_srli_epi32(g1, 24);
+    }
+    const __m256d q00 = _mm256_cvtepi32_pd(p00);
+    const __m256d q10 = _mm256_cvtepi32_pd(p10);
+    const __m256d q01 = _mm256_cvtepi32_pd(p01);
+    const __m256d q11 = _mm256_cvtepi32_pd(p11);
+    const __m256d cv = _mm256_cvtepi32_pd(
+        _mm_cvtepu8_epi32(_mm_cvtsi32_si128(Bytes4(p.current.Row(y), x, W))));
+
+    const __m256d one = _mm256_set1_pd(1.0);
+    const __m256d dk = _mm256_sub_pd(dx, _mm256_cvtepi32_pd(ix));
+    const __m256d dl = _mm256_sub_pd(dy, _mm256_cvtepi32_pd(iy));
+    const __m256d omk = _mm256_sub_pd(one, dk);
+    const __m256d oml = _mm256_sub_pd(one, dl);
+    __m256d bilin = _mm256_mul_pd(_mm256_mul_pd(q00, omk), oml);
+    bilin = _mm256_add_pd(bilin, _mm256_mul_pd(_mm256_mul_pd(q10, dk), oml));
+    bilin = _mm256_add_pd(bilin, _mm256_mul_pd(_mm256_mul_pd(q01, omk), dl));
+    bilin = _mm256_add_pd(bilin, _mm256_mul_pd(_mm256_mul_pd(q11, dk), dl));
+    // Lanes that do not take part become 0 (they may hold anything).
+    const __m256d take = _mm256_castsi256_pd(_mm256_cvtepi32_epi64(in));
+    const __m256d dIdx = _mm256_and_pd(take, _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(q10, q00), oml),
+                                                           _mm256_mul_pd(_mm256_sub_pd(q11, q01), dl)));
+    const __m256d dIdy = _mm256_and_pd(take, _mm256_add_pd(_mm256_mul_pd(_mm256_sub_pd(q01, q00), omk),
+                                                           _mm256_mul_pd(_mm256_sub_pd(q11, q10), dk)));
+    const __m256d xs = _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(x), _mm_setr_epi32(0, 1, 2, 3)));
+    const __m256d ys = _mm256_set1_pd(y);
+    v[0] = dIdx;
+    v[1] = _mm256_mul_pd(xs, dIdx);
+    v[2] = _mm256_mul_pd(ys, dIdx);
+    v[3] = dIdy;
+    v[4] = _mm256_mul_pd(xs, dIdy);
+    v[5] = _mm256_mul_pd(ys, dIdy);
+    v[6] = _mm256_and_pd(take, _mm256_sub_pd(bilin, cv));
+    v[7] = zero;
+    return _mm_movemask_ps(_mm_castsi128_ps(in));
+}
+
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to + l * step (32-byte
+// aligned).
+GME_AVX2 __attribute__((always_inline)) inline void Transpose4(const __m256d v[8], double* to,
+                                                               std::size_t step) {
+    for (int half = 0; half < 2; ++half) {
+        const __m256d* w = v + 4 * half;
+        const __m256d t0 = _mm256_unpacklo_pd(w[0], w[1]);
+        const __m256d t1 = _mm256_unpackhi_pd(w[0], w[1]);
+        const __m256d t2 = _mm256_unpacklo_pd(w[2], w[3]);
+        const __m256d t3 = _mm256_unpackhi_pd(w[2], w[3]);
+        double* h = to + 4 * half;
+        _mm256_store_pd(h + 0 * step, _mm256_permute2f128_pd(t0, t2, 0x20));
+        _mm256_store_pd(h + 1 * step, _mm256_permute2f128_pd(t1, t3, 0x20));
+        _mm256_store_pd(h + 2 * step, _mm256_permute2f128_pd(t0, t2, 0x31));
+        _mm256_store_pd(h + 3 * step, _mm256_permute2f128_pd(t1, t3, 0x31));
+    }
+}
+
+// Running sums of the AVX2 path: low[i] lane j += dedp[j] dedp[i] (j < 4); high4 and
+// high5 lanes 0-2 += (dedp[4], dedp[5], e) dedp[4] or dedp[5]; be lane j += dedp[j] e.
+struct Sums4 {
+    __m256d low[6];
+    __m256d high4, high5, be;
+};
+
+// The nine running sums stay in registers through the loop.
+GME_AVX2 inline void Add4(const double* records, std::size_t n, Sums4& s) {
+    __m256d l0 = s.low[0], l1 = s.low[1], l2 = s.low[2], l3 = s.low[3], l4 = s.low[4],
+            l5 = s.low[5], h4 = s.high4, h5 = s.high5, be = s.be;
+    for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8) {
+        const __m256d lo = _mm256_load_pd(r);
+        const __m256d hi = _mm256_load_pd(r + 4);
+        l0 = _mm256_add_pd(l0, _mm256_mul_pd(lo, _mm256_set1_pd(r[0])));
+        l1 = _mm256_add_pd(l1, _mm256_mul_pd(lo, _mm256_set1_pd(r[1])));
+        l2 = _mm256_add_pd(l2, _mm256_mul_pd(lo, _mm256_set1_pd(r[2])));
+        l3 = _mm256_add_pd(l3, _mm256_mul_pd(lo, _mm256_set1_pd(r[3])));
+        l4 = _mm256_add_pd(l4, _mm256_mul_pd(lo, _mm256_set1_pd(r[4])));
+        l5 = _mm256_add_pd(l5, _mm256_mul_pd(lo, _mm256_set1_pd(r[5])));
+        h4 = _mm256_add_pd(h4, _mm256_mul_pd(hi, _mm256_set1_pd(r[4])));
+        h5 = _mm256_add_pd(h5, _mm256_mul_pd(hi, _mm256_set1_pd(r[5])));
+        be = _mm256_add_pd(be, _mm256_mul_pd(lo, _mm256_set1_pd(r[6])));
+    }
+    s.low[0] = l0, s.low[1] = l1, s.low[2] = l2, s.low[3] = l3, s.low[4] = l4, s.low[5] = l5;
+    s.high4 = h4, s.high5 = h5, s.be = be;
+}
+
+GME_AVX2 void Store4(const Sums4& s, NormalEquations* out) {
+    alignas(32) double lane[4];
+    for (int i = 0; i < 6; ++i) {
+        _mm256_store_pd(lane, s.low[i]);
+        for (int j = 0; j <= i && j < 4; ++j)
+            out->M[i * 6 + j] = lane[j];
+    }
+    _mm256_store_pd(lane, s.high4);
+    out->M[4 * 6 + 4] = lane[0];
+    out->b[4] = lane[2];
+    _mm256_store_pd(lane, s.high5);
+    out->M[5 * 6 + 4] = lane[0];
+    out->M[5 * 6 + 5] = lane[1];
+    out->b[5] = lane[2];
+    _mm256_store_pd(lane, s.be);
+    for (int j = 0; j < 4; ++j)
+        out->b[j] = lane[j];
+}
+
+GME_AVX2 Sums4 ZeroSums4() {
+    Sums4 s;
+    for (__m256d& v : s.low)
+        v = _mm256_setzero_pd();
+    s.high4 = s.high5 = s.be = _mm256_setzero_pd();
+    return s;
+}
+
+// Candidate lanes x .. x + 3: those inside the row.
+GME_AVX2 inline __m128i Live4(int x, int W) {
+    return _mm_cmpgt_epi32(_mm_set1_epi32(W - x), _mm_setr_epi32(0, 1, 2, 3));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- the four paths
+
+GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquations* out) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    double* records = s.Records(8 * static_cast<std::size_t>(H));
+    __m512d sums[6];
+    for (__m512d& v : sums)
+        v = _mm512_setzero_pd();
+    // Eight columns at a time, row by row, into one queue per column; then the columns
+    // one after the other.
+    for (int x = 0; x < W; x += 8) {
+        const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
+        std::size_t n = 0;
+        for (int y = 0; y < H; ++y) {
+            __m512d v[8];
+            if (!Prepare8(p, s, true, x, y, live, v))
+                continue;
+            Transpose8(v, records + 8 * n, 8 * static_cast<std::size_t>(H));
+            ++n;
+        }
+        for (int l = 0; l < 8 && l < W - x; ++l)
+            Add8(records + 8 * static_cast<std::size_t>(l) * H, n, sums);
+    }
+    Store8(sums, out);
+}
+
+GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, NormalEquations* out) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    double* records = s.Records(static_cast<std::size_t>(W) + 8);
+    __m512d sums[6];
+    for (__m512d& v : sums)
+        v = _mm512_setzero_pd();
+    for (int y = 0; y < H; ++y) {
+        const std::uint8_t* use = p.select.Row(y);
+        std::size_t n = 0;
+        for (int x = 0; x < W; x += 8) {
+            const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
+            const __m128i u = _mm_maskz_loadu_epi8(live, use + x);
+            const __mmask8 candidates = static_cast<__mmask8>(_mm_test_epi8_mask(u, u));
+            if (!candidates)
+                continue;
+            __m512d v[8];
+            if (!Prepare8(p, s, false, x, y, candidates, v))
+                continue;
+            Transpose8(v, records + 8 * n, 8);
+            n += 8;
+        }
+        Add8(records, n, sums);
+    }
+    Store8(sums, out);
+}
+
+GME_AVX2 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations* out) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    double* records = s.Records(4 * static_cast<std::size_t>(H));
+    Sums4 sums = ZeroSums4();
+    for (int x = 0; x < W; x += 4) {
+        const __m128i live = Live4(x, W);
+        std::size_t n = 0;
+        for (int y = 0; y < H; ++y) {
+            __m256d v[8];
+            if (!Prepare4(p, s, true, x, y, live, v))
+                continue;
+            Transpose4(v, records + 8 * n, 8 * static_cast<std::size_t>(H));
+            ++n;
+        }
+        for (int l = 0; l < 4 && l < W - x; ++l)
+            Add4(records + 8 * static_cast<std::size_t>(l) * H, n, sums);
+    }
+    Store4(sums, out);
+}
+
+GME_AVX2 void ThresholdFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations* out) {
+    const int W = p.current.width;
+    const int H = p.current.height;
+    double* records = s.Records(static_cast<std::size_t>(W) + 4);
+    Sums4 sums = ZeroSums4();
+    for (int y = 0; y < H; ++y) {
+        const std::uint8_t* use = p.select.Row(y);
+        std::size_t n = 0;
+        for (int x = 0; x < W; x += 4) {
+            const __m128i u = _mm_cvtepu8_epi32(_mm_cvtsi32_si128(Bytes4(use, x, W)));
+            const __m128i candidates = _mm_andnot_si128(_mm_cmpeq_epi32(u, _mm_setzero_si128()),
+                                                        Live4(x, W));
+            if (_mm_testz_si128(candidates, candidates))
+                continue;
+            __m256d v[8];
+            if (!Prepare4(p, s, false, x, y, candidates, v))
+                continue;
+            Transpose4(v, records + 8 * n, 8);
+            n += 4;
+        }
+        Add4(records, n, sums);
+    }
+    Store4(sums, out);
+}
+
+}  // namespace paths
+}  // namespace estimation
+
+#endif  // __x86_64__

@@ -1,0 +1,342 @@
+// PlaneKernels: each kernel is one body written as plain loops over row pieces, inlined
+// into one function per instruction-set path; the compiler vectorises each copy for its
+// path. Integer arithmetic throughout, so every path gives the same bytes.
+#include "segmentation/PlaneKernels.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#if defined(__GNUC__)
+#define GME_INLINE inline __attribute__((always_inline))
+#else
+#define GME_INLINE inline
+#endif
+
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#define GME_X86_PATHS 1
+#endif
+
+namespace segmentation {
+namespace {
+
+using ormel::ConstPlaneView;
+using ormel::PlaneView;
+using std::uint16_t;
+using std::uint32_t;
+using std::uint8_t;
+
+// Columns of one row piece: the pieces of one pass stay in the first-level cache.
+constexpr int kSpan = 512;
+// Windows up to this size sum in 16 bits: 16 * 16 * 255 < 65536.
+constexpr int kShortWindow = 16;
+
+struct Divide32 {
+    uint32_t d;
+    explicit Divide32(unsigned divisor) : d(divisor) {}
+    GME_INLINE uint32_t operator()(uint32_t x) const { return x / d; }
+};
+
+// By value: std::max and std::min return references, which keeps some loops scalar.
+GME_INLINE uint8_t Max(uint8_t p, uint8_t q) { return p > q ? p : q; }
+GME_INLINE uint8_t Min(uint8_t p, uint8_t q) { return p < q ? p : q; }
+
+// |p - q| as the larger minus the smaller: three vector operations.
+GME_INLINE uint8_t AbsDiff(uint8_t p, uint8_t q) {
+    return static_cast<uint8_t>(Max(p, q) - Min(p, q));
+}
+
+// The interior rows of [rowBegin, rowEnd) and the interior columns of a window.
+struct Interior {
+    int before, x0, x1, y0, y1;
+    Interior(int window, int width, int height, int rowBegin, int rowEnd)
+        : before(window / 2), x0(before), x1(width - before), y0(std::max(rowBegin, before)),
+          y1(std::min(rowEnd, height - before)) {}
+    bool Empty() const { return x0 >= x1 || y0 >= y1; }
+};
+
+// The window the estimator uses, for which the loops below are also compiled with the
+// window fixed: one fused pass per row piece instead of one per window row and column.
+constexpr int kFixedWindow = 5;
+
+// Window sums by row pieces of up to `span` input columns: the window's rows added into
+// col, the window's columns of col added up and divided. The window sum of an interior
+// sample is at most window^2 * 255, which Sum holds. kWindow is the window when it is
+// fixed at compile time (the divisor too), 0 when only `window` knows it.
+template <class Sum, int kWindow, class Divide>
+GME_INLINE void AbsDiffMeanRows(ConstPlaneView a, ConstPlaneView b, int window, PlaneView out,
+                                const Interior& in, Divide divide, Sum* __restrict col,
+                                Sum* __restrict acc, int span) {
+    if (kWindow > 0)
+        window = kWindow;
+    const int step = span - (window - 1);   // output columns per piece
+    for (int y = in.y0; y < in.y1; ++y) {
+        for (int cx = in.x0; cx < in.x1; cx += step) {
+            const int n = std::min(step, in.x1 - cx);
+            const int m = std::min(n + window - 1, span);   // never less: says so to the compiler
+            const long first = cx - in.before;
+            uint8_t* o = out.Row(y) + cx;
+            if constexpr (kWindow > 0) {
+                const uint8_t* p[kWindow];
+                const uint8_t* q[kWindow];
+                for (int dy = 0; dy < kWindow; ++dy) {
+                    p[dy] = a.Row(y - in.before + dy) + first;
+                    q[dy] = b.Row(y - in.before + dy) + first;
+                }
+                for (int i = 0; i < m; ++i) {
+                    Sum c = AbsDiff(p[0][i], q[0][i]);
+                    for (int dy = 1; dy < kWindow; ++dy)
+                        c = static_cast<Sum>(c + AbsDiff(p[dy][i], q[dy][i]));
+                    col[i] = c;
+                }
+                for (int i = 0; i < n; ++i) {
+                    Sum t = col[i];
+                    for (int dx = 1; dx < kWindow; ++dx)
+                        t = static_cast<Sum>(t + col[i + dx]);
+                    o[i] = static_cast<uint8_t>(t / (kWindow * kWindow));
+                }
+            } else {
+                for (int dy = 0; dy < window; ++dy) {
+                    const uint8_t* p = a.Row(y - in.before + dy) + first;
+                    const uint8_t* q = b.Row(y - in.before + dy) + first;
+                    if (dy == 0) {
+                        for (int i = 0; i < m; ++i)
+                            col[i] = AbsDiff(p[i], q[i]);
+                    } else {
+                        for (int i = 0; i < m; ++i)
+                            col[i] = static_cast<Sum>(col[i] + AbsDiff(p[i], q[i]));
+                    }
+                }
+                for (int i = 0; i < n; ++i)
+                    acc[i] = col[i];
+                for (int dx = 1; dx < window; ++dx)
+                    for (int i = 0; i < n; ++i)
+                        acc[i] = static_cast<Sum>(acc[i] + col[i + dx]);
+                for (int i = 0; i < n; ++i)
+                    o[i] = static_cast<uint8_t>(divide(acc[i]));
+            }
+        }
+    }
+}
+
+GME_INLINE void AbsDiffMeanBody(ConstPlaneView a, ConstPlaneView b, int window, PlaneView out,
+                                int rowBegin, int rowEnd) {
+    const Interior in(window, out.width, out.height, rowBegin, rowEnd);
+    if (window < 1 || in.Empty())
+        return;
+    // The quotient of the double division by the int area, truncated, is the integer
+    // quotient: a sum below 2^53 is exact and k - 1/area never rounds up to k.
+    const unsigned area = static_cast<unsigned>(window) * static_cast<unsigned>(window);
+    if (window <= kShortWindow) {
+        uint16_t col[kSpan], acc[kSpan];
+        if (window == kFixedWindow)
+            AbsDiffMeanRows<uint16_t, kFixedWindow>(a, b, window, out, in, Divide16(area), col,
+                                                    acc, kSpan);
+        else
+            AbsDiffMeanRows<uint16_t, 0>(a, b, window, out, in, Divide16(area), col, acc, kSpan);
+    } else {   // a rare size: 32-bit sums over whole rows
+        const int span = in.x1 - in.x0 + window - 1;
+        std::vector<uint32_t> col(static_cast<size_t>(span)), acc(static_cast<size_t>(span));
+        AbsDiffMeanRows<uint32_t, 0>(a, b, window, out, in, Divide32(area), col.data(),
+                                     acc.data(), span);
+    }
+}
+
+// Window maxima by row pieces: the window's rows into vm, the window's columns of vm,
+// then clipped and scaled. kWindow as for the sums.
+template <int kWindow>
+GME_INLINE void ClippedMaxRows(ConstPlaneView src, int window, uint8_t clip, uint8_t gain,
+                               PlaneView out, const Interior& in, uint8_t* __restrict vm,
+                               uint8_t* __restrict acc, int span) {
+    if (kWindow > 0)
+        window = kWindow;
+    const int step = span - (window - 1);
+    for (int y = in.y0; y < in.y1; ++y) {
+        for (int cx = in.x0; cx < in.x1; cx += step) {
+            const int n = std::min(step, in.x1 - cx);
+            const int m = std::min(n + window - 1, span);   // never less: says so to the compiler
+            const long first = cx - in.before;
+            uint8_t* o = out.Row(y) + cx;
+            if constexpr (kWindow > 0) {
+                const uint8_t* p[kWindow];
+                for (int dy = 0; dy < kWindow; ++dy)
+                    p[dy] = src.Row(y - in.before + dy) + first;
+                for (int i = 0; i < m; ++i) {
+                    uint8_t v = p[0][i];
+                    for (int dy = 1; dy < kWindow; ++dy)
+                        v = Max(v, p[dy][i]);
+                    vm[i] = v;
+                }
+                for (int i = 0; i < n; ++i) {
+                    uint8_t v = vm[i];
+                    for (int dx = 1; dx < kWindow; ++dx)
+                        v = Max(v, vm[i + dx]);
+                    o[i] = static_cast<uint8_t>(gain * Min(v, clip));
+                }
+            } else {
+                const uint8_t* p = src.Row(y - in.before) + first;
+                for (int i = 0; i < m; ++i)
+                    vm[i] = p[i];
+                for (int dy = 1; dy < window; ++dy) {
+                    p = src.Row(y - in.before + dy) + first;
+                    for (int i = 0; i < m; ++i)
+                        vm[i] = Max(vm[i], p[i]);
+                }
+                for (int i = 0; i < n; ++i)
+                    acc[i] = vm[i];
+                for (int dx = 1; dx < window; ++dx)
+                    for (int i = 0; i < n; ++i)
+                        acc[i] = Max(acc[i], vm[i + dx]);
+                for (int i = 0; i < n; ++i)
+                    o[i] = static_cast<uint8_t>(gain * Min(acc[i], clip));
+            }
+        }
+    }
+}
+
+GME_INLINE void ClippedMaxBody(ConstPlaneView src, int window, unsigned int clip,
+                               unsigned int gain, PlaneView out, int rowBegin, int rowEnd) {
+    const Interior in(window, out.width, out.height, rowBegin, rowEnd);
+    if (window < 1 || in.Empty())
+        return;
+    // A maximum is at most 255, so a clip level above it never acts; the product's low 8
+    // bits depend only on the low 8 bits of the gain.
+    const uint8_t clip8 = static_cast<uint8_t>(std::min(clip, 255u));
+    const uint8_t gain8 = static_cast<uint8_t>(gain);
+    if (window - 1 < kSpan / 2) {
+        uint8_t vm[kSpan], acc[kSpan];
+        if (window == kFixedWindow)
+            ClippedMaxRows<kFixedWindow>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
+        else
+            ClippedMaxRows<0>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
+    } else {
+        const int span = in.x1 - in.x0 + window - 1;
+        std::vector<uint8_t> vm(static_cast<size_t>(span)), acc(static_cast<size_t>(span));
+        ClippedMaxRows<0>(src, window, clip8, gain8, out, in, vm.data(), acc.data(), span);
+    }
+}
+
+GME_INLINE void BinarizeBody(ConstPlaneView in, uint8_t threshold, uint8_t black, uint8_t white,
+                             PlaneView out) {
+    for (int y = 0; y < in.height; ++y) {
+        const uint8_t* p = in.Row(y);
+        uint8_t* o = out.Row(y);
+        for (int x = 0; x < in.width; ++x)
+            o[x] = p[x] <= threshold ? black : white;
+    }
+}
+
+// The eight rows of a block row added column by column (at most 8 * 255 each), then each
+// block's eight columns.
+GME_INLINE void BlockSumsBody(ConstPlaneView in, int* sums) {
+    const int wx = in.width / 8;
+    const int wy = in.height / 8;
+    uint16_t acc[kSpan];   // kSpan is a multiple of 8
+    for (int j = 0; j < wy; ++j) {
+        for (int cx = 0; cx < 8 * wx; cx += kSpan) {
+            const int n = std::min(kSpan, 8 * wx - cx);
+            const uint8_t* p = in.Row(8 * j) + cx;
+            for (int i = 0; i < n; ++i)
+                acc[i] = p[i];
+            for (int r = 1; r < 8; ++r) {
+                p = in.Row(8 * j + r) + cx;
+                for (int i = 0; i < n; ++i)
+                    acc[i] = static_cast<uint16_t>(acc[i] + p[i]);
+            }
+            int* s = sums + static_cast<long>(j) * wx + cx / 8;
+            for (int k = 0; k < n / 8; ++k) {
+                const uint16_t* q = acc + 8 * k;
+                s[k] = q[0] + q[1] + q[2] + q[3] + q[4] + q[5] + q[6] + q[7];
+            }
+        }
+    }
+}
+
+// The same with each sample first binarized: the eight rows count the samples above the
+// threshold, and a block with n of them sums n * white + (64 - n) * black.
+GME_INLINE void BinaryBlockSumsBody(ConstPlaneView in, uint8_t threshold, uint8_t black,
+                                    uint8_t white, int* sums) {
+    const int wx = in.width / 8;
+    const int wy = in.height / 8;
+    uint8_t above[kSpan];
+    for (int j = 0; j < wy; ++j) {
+        for (int cx = 0; cx < 8 * wx; cx += kSpan) {
+            const int n = std::min(kSpan, 8 * wx - cx);
+            const uint8_t* p = in.Row(8 * j) + cx;
+            for (int i = 0; i < n; ++i)
+                above[i] = p[i] > threshold;
+            for (int r = 1; r < 8; ++r) {
+                p = in.Row(8 * j + r) + cx;
+                for (int i = 0; i < n; ++i)
+                    above[i] = static_cast<uint8_t>(above[i] + (p[i] > threshold));
+            }
+            int* s = sums + static_cast<long>(j) * wx + cx / 8;
+            for (int k = 0; k < n / 8; ++k) {
+                const uint8_t* q = above + 8 * k;
+                const int count = q[0] + q[1] + q[2] + q[3] + q[4] + q[5] + q[6] + q[7];
+                s[k] = count * white + (64 - count) * black;
+            }
+        }
+    }
+}
+
+// One function per kernel and path, each with the body inlined.
+#define GME_DEFINE_PATH(path, attributes)                                                     \
+    namespace path {                                                                          \
+    attributes void AbsDiffMean(ConstPlaneView a, ConstPlaneView b, int window, PlaneView out, \
+                                int rowBegin, int rowEnd) {                                   \
+        AbsDiffMeanBody(a, b, window, out, rowBegin, rowEnd);                                 \
+    }                                                                                         \
+    attributes void ClippedMax(ConstPlaneView in, int window, unsigned int clip,              \
+                               unsigned int gain, PlaneView out, int rowBegin, int rowEnd) {  \
+        ClippedMaxBody(in, window, clip, gain, out, rowBegin, rowEnd);                        \
+    }                                                                                         \
+    attributes void Binarize(ConstPlaneView in, uint8_t threshold, uint8_t black,             \
+                             uint8_t white, PlaneView out) {                                  \
+        BinarizeBody(in, threshold, black, white, out);                                       \
+    }                                                                                         \
+    attributes void BlockSums(ConstPlaneView in, int* sums) { BlockSumsBody(in, sums); }      \
+    attributes void BinaryBlockSums(ConstPlaneView in, uint8_t threshold, uint8_t black,      \
+                                    uint8_t white, int* sums) {                               \
+        BinaryBlockSumsBody(in, threshold, black, white, sums);                               \
+    }                                                                                         \
+    const PlaneKernels kKernels{#path,      AbsDiffMean, ClippedMax,                          \
+                                Binarize,   BlockSums,   BinaryBlockSums};                    \
+    }
+
+GME_DEFINE_PATH(baseline, )
+#ifdef GME_X86_PATHS
+GME_DEFINE_PATH(avx2, __attribute__((target("avx2"))))
+GME_DEFINE_PATH(avx512bw, __attribute__((target("avx512bw"))))
+#endif
+
+#undef GME_DEFINE_PATH
+
+}  // namespace
+
+std::vector<const PlaneKernels*> AvailableKernels() {
+    std::vector<const PlaneKernels*> paths{&baseline::kKernels};
+#ifdef GME_X86_PATHS
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx2"))
+        paths.push_back(&avx2::kKernels);
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512bw"))
+        paths.push_back(&avx512bw::kKernels);
+#endif
+    return paths;
+}
+
+const PlaneKernels& Kernels() {
+    static const PlaneKernels* const chosen = [] {
+        const std::vector<const PlaneKernels*> paths = AvailableKernels();
+        const char* wanted = std::getenv("GME_VECTOR_PATH");
+        for (const PlaneKernels* p : paths)
+            if (wanted && std::strcmp(wanted, p->name) == 0)
+                return p;
+        return paths.back();
+    }();
+    return *chosen;
+}
+
+}  // namespace segmentation
