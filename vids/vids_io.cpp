@@ -187,13 +187,26 @@ bool Flush(const Transfer& x) {
     return false;
 }
 
-/* Appends io_buf's contents from the old end of the data file up to end. */
-bool Grow(Transfer& x, int64_t end) {
+/* Whether the transfer writes every byte of the time sample at record itself: every
+ * component's whole block, no window. */
+bool WritesWholeRecord(const Transfer& x) {
+    if (!x.write || x.win != nullptr) return false;
+    for (int c = 0; c < 3; ++c)
+        if (x.blk[c] != 0 && !Asked(x, c)) return false;
+    return true;
+}
+
+/* Appends io_buf's contents from the old end of the data file up to end. A time sample
+ * appended right at the end by a transfer that writes all of it needs no filler: the
+ * transfer's own bytes extend the file (fill false), and pic_size follows once they are
+ * written. */
+bool Grow(Transfer& x, int64_t end, bool fill) {
     IMG_INF* inf = x.inf;
     if (end <= inf->pic_size) return true;
     if (x.flags & 0x108)
         fprintf(stderr, "Expanding .pic file (old size: %ld, new size: %ld)\n",
                 static_cast<long>(inf->pic_size), static_cast<long>(end));
+    if (!fill) return true;
     if (!Seek(x, inf->pic_size)) return false;
     /* The filler is whatever io_buf holds: zeros until its first use. */
     for (int64_t pos = inf->pic_size; pos < end;) {
@@ -297,9 +310,11 @@ int Run(Transfer& x) {
     if (Check(x) != 0 || CheckWindows(x) != 0) return 1;
     const int64_t R = x.blk[0] + x.blk[1] + x.blk[2];
     const int64_t record = x.t * R;
-    if (x.write && !Grow(x, record + R)) return 1;
+    const bool appended = record == x.inf->pic_size && WritesWholeRecord(x);
+    if (x.write && !Grow(x, record + R, !appended)) return 1;
     if (!Components(x, record)) return 1;
     if (x.write && !Flush(x)) return 1;
+    if (appended) x.inf->pic_size = record + R;
     if (x.new_size != 0 && RecordTemporalSize(x) != 0) return 1;
     return 0;
 }
