@@ -123,10 +123,14 @@ TEST(Y4mStream, ReportsWhereAStreamBreaks) {
     EXPECT_EQ(error, "frame 0 is truncated (2 of 805306368 bytes)");
     EXPECT_LE(f.plane[0].capacity() + f.plane[1].capacity() + f.plane[2].capacity(), size_t{1} << 20);
 
-    for (const auto& head : {std::string(""), std::string("YUV4MPEG2 W4 H2"), std::string("\x00\x01rawdata", 9)}) {
-        std::istringstream in(head);
-        std::string error;
-        EXPECT_FALSE(Y4mReader::Open(in, &error));
+    const struct { std::string head; const char* error; } heads[] = {
+        {"", "the input is empty"},
+        {"YUV4MPEG2 W4 H2", "the YUV4MPEG2 header is truncated"},
+        {std::string("\x00\x01rawdata", 9), "not a YUV4MPEG2 stream"}};
+    for (const auto& h : heads) {
+        std::istringstream in(h.head);
+        EXPECT_FALSE(Y4mReader::Open(in, &error)) << h.error;
+        EXPECT_EQ(error, h.error);
     }
 }
 
