@@ -5,8 +5,8 @@
 // tests/y4m (Fields, Contract).
 #include <gtest/gtest.h>
 
-#include <string>
 #include <algorithm>
+#include <string>
 
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
