@@ -2,12 +2,14 @@
 BUILD      ?= build
 BUILD_ASAN ?= build-asan
 BUILD_BENCH ?= build-bench
+BUILD_FUZZ ?= build-fuzz
+FUZZ_TIME  ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_GEN  := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
 
 DEMO_DIR   ?= out/demo
 
-.PHONY: all build test asan-test bench-build bench demo clean
+.PHONY: all build test asan-test bench-build bench demo fuzz clean
 
 all: build
 
@@ -37,6 +39,25 @@ bench: bench-build
 	$(BUILD_BENCH)/bench/gme/sequence_bench
 	bench/whole_run.sh $(BUILD_BENCH)
 	@for b in $$(find $(BUILD_BENCH)/bench -type f -perm -u+x -name '*_bench' ! -name sequence_bench); do echo "== $$b"; $$b; done
+
+# libFuzzer targets (clang, AddressSanitizer, UBSan) in their own build directory. Each runs
+# FUZZ_TIME seconds from its seeds in fuzz/corpus/<target> (the inputs it adds go to
+# $(BUILD_FUZZ)/corpus/<target>) and prints libFuzzer's closing line; a finding stops with
+# its report, the input being kept in $(BUILD_FUZZ)/artifacts/. A single allocation above
+# 64 MB counts as a finding: no input of a few kilobytes may claim more.
+fuzz:
+	CXX=clang++ cmake -S fuzz -B $(BUILD_FUZZ) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD_FUZZ) -j $(JOBS)
+	@mkdir -p $(BUILD_FUZZ)/artifacts
+	@for t in $(BUILD_FUZZ)/targets/*; do \
+	  n=$$(basename $$t); seeds=fuzz/corpus/$$n; [ -d $$seeds ] || seeds=; \
+	  mkdir -p $(BUILD_FUZZ)/corpus/$$n; \
+	  $$t -max_total_time=$(FUZZ_TIME) -malloc_limit_mb=64 -close_fd_mask=3 \
+	    -artifact_prefix=$(BUILD_FUZZ)/artifacts/$$n- $(BUILD_FUZZ)/corpus/$$n $$seeds \
+	    > $(BUILD_FUZZ)/$$n.log 2>&1 \
+	  || { tail -n 60 $(BUILD_FUZZ)/$$n.log; echo "fuzz $$n: FAILED, log in $(BUILD_FUZZ)/$$n.log"; exit 1; }; \
+	  echo "fuzz $$n: $$(grep '^Done' $(BUILD_FUZZ)/$$n.log)"; \
+	done
 
 # Renders a 30-frame 352x288 sequence with known camera motion and a moving object, runs
 # gme on it, reports how close the estimated motion is to the truth and draws the run.

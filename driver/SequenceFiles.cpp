@@ -97,10 +97,19 @@ bool ReadDescription(const std::string& name, Description* d, std::string* error
         *error = FilesOf(name).des + ": the sequence has no luminance component";
         return false;
     }
+    if (!Img_check_sampling(inf)) {
+        *error = FilesOf(name).des + ": the sampling matrices of its components are not valid";
+        return false;
+    }
     d->width = Img_get_nb_h(inf, 0);
     d->height = Img_get_nb_v(inf, 0);
     d->samples = Img_get_nb_t(inf, 0);
     d->recordBytes = RecordBytes(inf);
+    if (d->width <= 0 || d->height <= 0 || d->recordBytes <= 0) {
+        *error = FilesOf(name).des + ": declares frames of " + std::to_string(inf->size[0]) +
+                 "x" + std::to_string(inf->size[1]);
+        return false;
+    }
     return true;
 }
 

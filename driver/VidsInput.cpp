@@ -26,6 +26,12 @@ bool VidsInput::Open(std::string* error) {
                  (description.samples == 1 ? " frame" : " frames") + "; gme needs at least two";
         return false;
     }
+    if (description.width < gme::kMinimumWidth || description.height < gme::kMinimumHeight) {
+        *error = name + ": frames of " + std::to_string(description.width) + "x" +
+                 std::to_string(description.height) + " are too small; gme needs at least " +
+                 std::to_string(gme::kMinimumWidth) + "x" + std::to_string(gme::kMinimumHeight);
+        return false;
+    }
     struct stat st;
     if (stat(files.pic.c_str(), &st) != 0) {
         *error = files.pic + ": " + std::strerror(errno);
@@ -35,12 +41,6 @@ bool VidsInput::Open(std::string* error) {
     if (held < description.samples) {
         *error = files.pic + ": holds " + std::to_string(held) + " of the " +
                  std::to_string(description.samples) + " frames " + files.des + " declares";
-        return false;
-    }
-    if (description.width < gme::kMinimumWidth || description.height < gme::kMinimumHeight) {
-        *error = name + ": frames of " + std::to_string(description.width) + "x" +
-                 std::to_string(description.height) + " are too small; gme needs at least " +
-                 std::to_string(gme::kMinimumWidth) + "x" + std::to_string(gme::kMinimumHeight);
         return false;
     }
     if (file.Open(name, ormel::OPEN_OLD) & 1) {

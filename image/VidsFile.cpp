@@ -309,14 +309,14 @@ int VidsFile::Write(ImageSequence& seq) {
             cached_height[c] != seq.Height(static_cast<CompType>(c)))
             return 17;
     }
-    // Every frame is attempted; the status is the last frame's.
-    int result = 0;
+    // Every frame is attempted; one failed frame fails the whole.
+    int failed = 0;
     for (int k = 0; k < n; ++k) {
         unsigned char* p[3];
         FramePlanes(seq[k], p);
-        result = Writevids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kWriteFlags);
+        failed |= Writevids(k, use, IMG_UBYTE, p[0], p[1], p[2], inf, kWriteFlags) & 1;
     }
-    return (result & 1) ? 1 : 18;
+    return failed ? 1 : 18;
 }
 
 // ---- Blocks -----------------------------------------------------------------------
@@ -371,8 +371,8 @@ int VidsFile::Write(ImageBlock& b, int k) {
     if (b.CopyTo(p) != 23)
         return 17;
     // A window of a frame that does not exist yet lands in a blank frame.
-    if (!t.wholePlane && k > NumberOfImages() - 1)
-        WriteBlankFrame(k, t.use);
+    if (!t.wholePlane && k > NumberOfImages() - 1 && WriteBlankFrame(k, t.use) != 0)
+        return 1;
     const int result =
         t.wholePlane ? Writevids(k, t.use, IMG_UBYTE, p, p, p, inf, kWriteFlags)
                      : Writewinvids(k, t.use, IMG_UBYTE, p, p, p, inf, t.width, t.height,
@@ -380,7 +380,7 @@ int VidsFile::Write(ImageBlock& b, int k) {
     return (result & 1) ? 1 : 18;
 }
 
-void VidsFile::WriteBlankFrame(int k, const int use[3]) {
+int VidsFile::WriteBlankFrame(int k, const int use[3]) {
     // Planes of the cached sizes in component order 0, 1, 2: black luminance, grey chroma.
     std::vector<unsigned char> planes[3];
     for (int c = 0; c < 3; ++c) {
@@ -390,8 +390,9 @@ void VidsFile::WriteBlankFrame(int k, const int use[3]) {
                                   : 0;
         planes[c].assign(std::max(cached, FileSamples(c)), c == 0 ? 0 : 128);
     }
-    Writevids(k, use, IMG_UBYTE, planes[0].data(), planes[1].data(), planes[2].data(), inf,
-              kWriteFlags);
+    const int result = Writevids(k, use, IMG_UBYTE, planes[0].data(), planes[1].data(),
+                                 planes[2].data(), inf, kWriteFlags);
+    return result & 1;
 }
 
 }  // namespace ormel

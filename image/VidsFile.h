@@ -3,7 +3,9 @@
 // Y, V, U (file component 1 is V, 2 is U); block transfers use the block's CompType as
 // the file component number. Set the geometry before Open(name, OPEN_NEW); Open caches
 // the per-component sizes that every transfer is checked against, so open before
-// reading or writing.
+// reading or writing. Every failure of the library reaches the caller: Open, Read and
+// Write give 1 (a short data file, a failed write or flush), Close gives true when the
+// data file could not be closed; check them, nothing else reports a lost frame.
 #ifndef ORMEL_VIDSFILE_H
 #define ORMEL_VIDSFILE_H
 
@@ -65,7 +67,8 @@ public:
     int Read(ImageBlock& b, int k);
     int Write(ImageBlock& b, int k);
     // Read appends every frame of the file to seq; Write writes seq's images as frames
-    // 0, 1, ... Status: 18 done, 17 misfit, 19 empty sequence (Write), 1 library failure.
+    // 0, 1, ... Status: 18 done, 17 misfit, 19 empty sequence (Write), 1 library failure
+    // (Write tries every frame and fails when any one failed).
     int Read(ImageSequence& seq);
     int Write(ImageSequence& seq);
 
@@ -75,7 +78,7 @@ private:
     bool OnlyY() const;                        // luminance-only file or only-Y transfers
     void Selector(int use[3]) const;           // {1, 0, 0} or {1, 1, 1}
     bool FitsCached(const BaseImage& img) const;
-    void WriteBlankFrame(int k, const int use[3]);
+    int WriteBlankFrame(int k, const int use[3]);   // the library's failure bit
     size_t FileSamples(int c) const;                      // samples of file component c
 
     // One block transfer: the file component, its selector, the buffer and the window.

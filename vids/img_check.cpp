@@ -24,6 +24,11 @@ int Img_check_hermite(const int m[6]) {
     return a11 > 0 && a22 > 0 && a33 > 0 && a12 < a11 && a13 < a11 && a23 < a22;
 }
 
+int Img_check_area(int h, int v) {
+    const int64_t hh = h < 0 ? 0 : h, vv = v < 0 ? 0 : v;
+    return hh * vv <= IMG_AREA_MAX;
+}
+
 int Img_check_if_interlaced(const IMG_INF* inf) { return inf->smpl_mtrx[0][4] != 0; }
 
 int Img_check_sampling(const IMG_INF* inf) {

@@ -23,11 +23,18 @@ struct LineReader {
     int number;   /* 1-based number of the line in line */
 };
 
-/* Reads the next line; false (after a message) at the end of the file. */
+bool ReadError(FILE* f) {
+    if (f == nullptr || !ferror(f)) return false;
+    perror(kWho);
+    return true;
+}
+
+/* Reads the next line; false (after a message) at the end of the file or on an error. */
 bool NextLine(LineReader& r) {
     ++r.number;
     if (r.f != nullptr && fgets(r.line, kLineLen, r.f) != nullptr) return true;
-    fprintf(stderr, "%s: Unexpected end of file on line %d\n", kWho, r.number);
+    if (!ReadError(r.f))
+        fprintf(stderr, "%s: Unexpected end of file on line %d\n", kWho, r.number);
     return false;
 }
 
@@ -66,11 +73,20 @@ const char* SkipBlanks(const char* p) {
     return p;
 }
 
-/* Three integers, each after the next '=' of the line: the sizes of line 04. */
+/* Three integers, each after the next '=' of the line: the sizes of line 04. A frame
+ * beyond IMG_AREA_MAX is refused before anything is stored, so that no record ever
+ * describes planes that cannot be held. */
 bool ReadSizes(LineReader& r, IMG_INF* inf) {
     const char* p = r.line;
+    int size[3];
     for (int d = 0; d < 3; ++d)
-        if (!Past(p, '=') || !ReadInt(p, &inf->size[d])) return BadField(r);
+        if (!Past(p, '=') || !ReadInt(p, &size[d])) return BadField(r);
+    if (!Img_check_area(size[0], size[1])) {
+        fprintf(stderr, "%s: Frame size %d x %d exceeds the limit of %d samples\n", kWho, size[0],
+                size[1], IMG_AREA_MAX);
+        return false;
+    }
+    memcpy(inf->size, size, sizeof size);
     return true;
 }
 
@@ -211,7 +227,9 @@ bool ReadVariable(LineReader& r, IMG_INF* inf, int i) {
     return true;
 }
 
-/* Every remaining byte, the buffer growing 80 bytes at a time. */
+/* Every remaining byte. The buffer, taken to hold kCommentBlock bytes at first, doubles
+ * in whole blocks whenever it is full, so that a long comment costs linear time; it
+ * always has room for the final NUL. */
 bool ReadComments(FILE* f, IMG_INF* inf) {
     if (inf->comments == nullptr) {
         fprintf(stderr,
@@ -219,13 +237,13 @@ bool ReadComments(FILE* f, IMG_INF* inf) {
                 kWho);
         return false;
     }
-    char* buf = inf->comments;   /* taken to hold kCommentBlock bytes */
-    size_t n = 0;
+    char* buf = inf->comments;
+    size_t n = 0, room = kCommentBlock;
     int ch;
     while ((ch = fgetc(f)) != EOF) {
         buf[n++] = static_cast<char>(ch);
-        if (n % kCommentBlock != 0) continue;
-        char* bigger = static_cast<char*>(malloc(n + kCommentBlock));
+        if (n < room) continue;
+        char* bigger = static_cast<char*>(malloc(2 * room));
         if (bigger == nullptr) {
             fprintf(stderr, "%s: Error in Opvids : Memory realloc error for comments\n", kWho);
             buf[n - 1] = '\0';
@@ -234,9 +252,10 @@ bool ReadComments(FILE* f, IMG_INF* inf) {
         memcpy(bigger, buf, n);
         free(buf);
         buf = inf->comments = bigger;
+        room *= 2;
     }
     buf[n] = '\0';
-    return true;
+    return !ReadError(f);
 }
 
 }  // namespace
@@ -305,5 +324,6 @@ int get_info(IMG_INF* inf, int /*flags*/) {
     /* The two separator lines, whatever they hold. */
     for (int k = 0; k < 2; ++k)
         if (fgets(r.line, kLineLen, r.f) == nullptr) break;
+    if (ReadError(r.f)) return 1;
     return ReadComments(r.f, inf) ? 0 : 1;
 }

@@ -56,6 +56,14 @@
 #define IMG_VAR_NAME_LEN 60
 #define IMG_DES_PATH_LEN 400
 
+/* Largest frame a sequence may have: size[0] x size[1] at most 2^26 samples (8192 x 8192;
+ * 7680 x 4320 fits twice over). Openvids refuses a larger frame with a message, "new"
+ * before anything is renamed or created, "old" when the description declares one, and no
+ * record is ever filled with it. Up to this size every count, size and offset of the
+ * library fits its type: samples of a plane in an int, bytes of a block and offsets
+ * t * R in 64 bits. */
+#define IMG_AREA_MAX (1 << 26)
+
 struct IMG_INF {
     /* Description, written to and read from the .des file. */
     char fname[IMG_FNAME_LEN];                  /* sequence name, no extension, NUL-terminated */
@@ -171,6 +179,8 @@ int Img_check_comp(const char* name, int n);
 int Img_check_comp_exists(const IMG_INF* inf, int comp_idx);
 int Img_check_hermite(const int smpl_mtrx[6]);
 int Img_check_if_interlaced(const IMG_INF* inf);
+/* 1 when a frame of h x v samples is within IMG_AREA_MAX (negative sizes count as 0). */
+int Img_check_area(int h, int v);
 int Img_check_sampling(const IMG_INF* inf);
 /* 1 when b can stand for a; differences are announced on standard output unless bit 0
  * of quiet is set. */
@@ -184,9 +194,11 @@ int put_info(IMG_INF* inf, int flags);
 /* Reads a description from inf->stream (at its start) into inf. 0, or 1 after a message
  * "get_info: ...". Besides the format's own failures, a line 4 to 12 that lacks the
  * "=", "(" or "," searched for, or whose value is not a number, fails with
- * "get_info: Bad field on line %d\n", and a description that ends before its line 12
+ * "get_info: Bad field on line %d\n", a description that ends before its line 12
  * or its last variable line fails with "get_info: Unexpected end of file on line %d\n"
- * (variable lines count on from 13). */
+ * (variable lines count on from 13), a frame beyond IMG_AREA_MAX with
+ * "get_info: Frame size %d x %d exceeds the limit of %d samples\n" (the sizes are then
+ * not stored), and a read error of the stream after perror("get_info"). */
 int get_info(IMG_INF* inf, int flags);
 int Img_get_used_length(const char* text, int n);   /* length without trailing blanks */
 
@@ -195,29 +207,37 @@ int Img_get_used_length(const char* text, int n);   /* length without trailing b
 /* type: "new", "old", "old/new" or "new/old". flags: 1 quiet warnings, 2 no severe
  * warnings, 4 no opening line, 8 print the record, 0x100 verbose, 0x200 read the
  * description only, 0x400 data file ".dspl", 0x800 rewrite a compatible description.
- * 0 opened, 1 failed (nothing left open), 2 created and extended to full length. */
+ * 0 opened, 1 failed (nothing left open), 2 created and extended to full length.
+ * Creating refuses a frame beyond IMG_AREA_MAX before touching any file, and fails
+ * rather than overwrite an existing file that it cannot rename to its backup ("~"). */
 int Openvids(const char* name, IMG_INF* inf, const char* type, int flags);
-int Closevids(IMG_INF* inf, int flags);   /* 0; harmless on a closed record */
+/* 0, or 1 after perror("Closevids") when closing the data file failed (samples still
+ * buffered are then lost). The record is closed either way; harmless on a closed one. */
+int Closevids(IMG_INF* inf, int flags);
 
 int Valid_machine(void);
 int get_memory_organization(void);        /* IMG_ORG_* of this machine */
+/* Block of each component: its samples' bits rounded up to whole 512-byte units, in
+ * exact integers, so a block always holds its samples. */
 void cal_physize(const IMG_INF* inf, int64_t blk_size[3], int64_t nb_smpl[3],
                  int* item_size, int* nb_bits);
 
 /* ---- Names ---------------------------------------------------------------------- */
 
 char* strpext(char* path);                /* cuts the extension in place */
-/* Expands "~", "~user", "$NAME" and "%NAME" into a static buffer shared by all calls.
- * A reference with no value (unset variable, unknown user, no HOME) stays as written. */
+/* Expands "~", "~user", "$NAME" and "%NAME" into a buffer of the calling thread, valid
+ * until its next call in that thread (so two threads may open sequences at once). A
+ * reference with no value (unset variable, unknown user, no HOME) stays as written. */
 char* expenv(const char* path);
 /* Start of the first reference in text at or after from, or -1; *len its length. */
 int fndenv(const char* text, int from, int* len);
-/* Value of a reference ("~", "~user", "$NAME", "%NAME"), or NULL when it has none. */
+/* Value of a reference ("~", "~user", "$NAME", "%NAME"), or NULL when it has none; a
+ * home directory is kept in a buffer of the calling thread until its next call. */
 const char* mygetenv(const char* ref);
 /* Replaces len chars at position at of buf (capacity cap) by value: 0, or 1 when the
  * result would not fit (buf unchanged). */
 int strrpl(char* buf, int cap, int at, int len, const char* value);
-int fbakup(const char* path);             /* renames path to path~; 0 */
+int fbakup(const char* path);   /* renames path to path~: 0, or 1 after perror("fbakup") */
 
 /* ---- Samples -------------------------------------------------------------------- */
 
@@ -235,7 +255,11 @@ void Shuffle_real(void* p, int64_t n);   /* reverses the bytes of n 32-bit items
  * temporal size; 0x2000 skips the range check of Writevids.
  * use[c] non-zero asks for component c; each buffer holds nb_h(c) x nb_v(c) samples of
  * data_type (for a bit file type read or written as IMG_UBYTE: the packed bytes).
- * 0 done, 1 refused after a message. */
+ * 0 done, 1 refused or failed after a message: a failed seek, read, write or flush
+ * (perror "myrdvids" or "mywrvids"), a data file that ends inside the time sample
+ * ("%s: File %s too short: field %d, component %ld incomplete\n"), or with 0x1000 a
+ * description that could not be rewritten. With 0x1000 the description is rewritten
+ * only once the samples are written, so a failed write leaves the old temporal size. */
 int Readvids(int t, const int use[3], int data_type, void* buf0, void* buf1, void* buf2,
              IMG_INF* inf, int flags);
 int Writevids(int t, const int use[3], int data_type, void* buf0, void* buf1, void* buf2,

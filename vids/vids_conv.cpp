@@ -41,7 +41,7 @@ template <> struct Traits<uint16_t> {
 template <> struct Traits<float> {
     static constexpr Width kWidth = kReal;
     static constexpr bool kSigned = true;
-    static constexpr double kLo = 0, kHi = 0, kHalf = 0;   /* never clipped */
+    static constexpr double kHalf = 0;   /* never clipped: no range */
 };
 
 struct Params {

@@ -1,6 +1,5 @@
 /* Sample formats of the data file: machine checks, type sizes, block layout and byte
  * swapping. */
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -59,15 +58,21 @@ int sizeofdat_f(int fdtype) {
     return 1;
 }
 
+namespace {
+const int64_t kUnitBytes = 512;
+const int64_t kUnitBits = 8 * kUnitBytes;
+}  // namespace
+
 void cal_physize(const IMG_INF* inf, int64_t blk_size[3], int64_t nb_smpl[3], int* item_size,
                  int* nb_bits) {
     static const int kBits[6] = {8, 16, 32, 1, 2, 4};
     const int bits = inf->fdtype >= 0 && inf->fdtype <= 5 ? kBits[inf->fdtype] : 8;
     for (int c = 0; c < 3; ++c) {
         nb_smpl[c] = static_cast<int64_t>(Img_get_nb_h(inf, c)) * Img_get_nb_v(inf, c);
-        /* Whole 512-byte units, in single precision as the format has always done. */
-        const float units = static_cast<float>(nb_smpl[c]) * bits / 8.0f / 512.0f;
-        blk_size[c] = static_cast<int64_t>(ceilf(units)) * 512;
+        /* Whole 512-byte units, exactly: the single-precision quotient of old falls one unit
+         * short when it rounds the sample count down onto a unit boundary (8-bit 4097 x 4097),
+         * and equals this everywhere else. */
+        blk_size[c] = (nb_smpl[c] * bits + kUnitBits - 1) / kUnitBits * kUnitBytes;
     }
     *item_size = sizeofdat_f(inf->fdtype < 0 ? 0 : inf->fdtype);
     *nb_bits = bits;

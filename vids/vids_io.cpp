@@ -1,8 +1,11 @@
 /* Reading and writing time samples: checks, data-file growth, direct transfer or
  * chunked conversion through io_buf, whole frames and windows.
  *
- * Record t of the data file starts at t * R; it holds the blocks of components 0, 1, 2,
- * each padded to whole 512-byte units (cal_physize), R being their sum. */
+ * Record t of the data file starts at t * R (64-bit); it holds the blocks of components
+ * 0, 1, 2, each padded to whole 512-byte units (cal_physize), R being their sum.
+ * Every failed seek, read, write or flush fails the transfer: a caller that gets 0 has
+ * all its samples, on disk or in memory. */
+#include <climits>
 #include <cstdio>
 #include <cstring>
 
@@ -32,19 +35,23 @@ struct Transfer {
     int64_t blk[3], smpl[3];
     int item, bits, per_byte;
     double under, over;
+    int new_size;   /* temporal size to record once written (0x1000), else 0 */
 };
 
 bool Asked(const Transfer& x, int c) { return x.use != nullptr && x.use[c] != 0; }
 
-/* Growing past the last record with 0x1000: new temporal size, description rewritten. */
-int ExtendTemporalSize(Transfer& x) {
+/* Growing past the last record with 0x1000: the record takes the new temporal size and
+ * the description is rewritten at once. Called once the samples are on disk, so that a
+ * failed write leaves a description of what the file holds. */
+int RecordTemporalSize(Transfer& x) {
     IMG_INF* inf = x.inf;
-    inf->size[2] = (x.t + 1) * inf->smpl_mtrx[0][5];
-    if (x.flags & 0x108)
-        fprintf(stderr, "Updating %s to new temporal size %d\n", inf->des_path, inf->size[2]);
+    const int old_size = inf->size[2];
+    inf->size[2] = x.new_size;
     FILE* des = fopen(inf->des_path, "w");
     if (des == nullptr) {
+        perror(x.who);
         fprintf(stderr, "%s: fatal error; can't open des file\n", x.who);
+        inf->size[2] = old_size;
         return 1;
     }
     FILE* data = inf->stream;
@@ -52,7 +59,9 @@ int ExtendTemporalSize(Transfer& x) {
     const int rc = put_info(inf, x.flags);
     inf->stream = data;
     if (fclose(des) != 0 || rc != 0) {
+        perror(x.who);
         fprintf(stderr, "%s: fatal error; put_info \n", x.who);
+        inf->size[2] = old_size;
         return 1;
     }
     return 0;
@@ -92,12 +101,16 @@ int Check(Transfer& x) {
         return 1;
     }
     if (x.write && (x.t < 0 || (!(x.flags & 0x2000) && x.t >= nb_t))) {
-        if (x.t < 0 || !(x.flags & 0x1000)) {
+        /* The temporal size must stay an int. */
+        const int64_t new_size = (static_cast<int64_t>(x.t) + 1) * inf->smpl_mtrx[0][5];
+        if (x.t < 0 || !(x.flags & 0x1000) || new_size > INT_MAX) {
             fprintf(stderr, "%s: Requested field out of range (%d > %d) for file %s\n", x.who, x.t,
                     nb_t - 1, name);
             return 1;
         }
-        if (ExtendTemporalSize(x) != 0) return 1;
+        x.new_size = static_cast<int>(new_size);
+        if (x.flags & 0x108)
+            fprintf(stderr, "Updating %s to new temporal size %d\n", inf->des_path, x.new_size);
     }
     cal_physize(inf, x.blk, x.smpl, &x.item, &x.bits);
     x.per_byte = x.bits < 8 ? 8 / x.bits : 1;
@@ -141,52 +154,82 @@ int CheckWindows(const Transfer& x) {
     return 0;
 }
 
-/* Appends io_buf's contents from the old end of the data file up to end. */
-void Grow(Transfer& x, int64_t end) {
+bool Seek(const Transfer& x, int64_t pos) {
+    if (fseeko(x.inf->stream, pos, SEEK_SET) == 0) return true;
+    perror(x.write ? "mywrvids" : "myrdvids");
+    return false;
+}
+
+bool WriteBytes(const Transfer& x, const unsigned char* p, int64_t n) {
+    if (fwrite(p, 1, static_cast<size_t>(n), x.inf->stream) == static_cast<size_t>(n)) return true;
+    perror("mywrvids");
+    return false;
+}
+
+/* A data file shorter than its description fails the read (the open only warns about
+ * it); the bytes it lacks are zeroed. */
+bool ReadBytes(const Transfer& x, int c, unsigned char* p, int64_t n) {
+    FILE* f = x.inf->stream;
+    const size_t got = fread(p, 1, static_cast<size_t>(n), f);
+    if (got == static_cast<size_t>(n)) return true;
+    if (ferror(f))
+        perror("myrdvids");
+    else
+        fprintf(stderr, "%s: File %s too short: field %d, component %ld incomplete\n", x.who,
+                x.inf->fname, x.t, static_cast<long>(c));
+    memset(p + got, 0, static_cast<size_t>(n) - got);
+    return false;
+}
+
+bool Flush(const Transfer& x) {
+    if (fflush(x.inf->stream) == 0) return true;
+    perror("mywrvids");
+    return false;
+}
+
+/* Whether the transfer writes every byte of the time sample at record itself: every
+ * component's whole block, no window. */
+bool WritesWholeRecord(const Transfer& x) {
+    if (!x.write || x.win != nullptr) return false;
+    for (int c = 0; c < 3; ++c)
+        if (x.blk[c] != 0 && !Asked(x, c)) return false;
+    return true;
+}
+
+/* Appends io_buf's contents from the old end of the data file up to end. A time sample
+ * appended right at the end by a transfer that writes all of it needs no filler: the
+ * transfer's own bytes extend the file (fill false), and pic_size follows once they are
+ * written. */
+bool Grow(Transfer& x, int64_t end, bool fill) {
     IMG_INF* inf = x.inf;
-    if (end <= inf->pic_size) return;
+    if (end <= inf->pic_size) return true;
     if (x.flags & 0x108)
         fprintf(stderr, "Expanding .pic file (old size: %ld, new size: %ld)\n",
                 static_cast<long>(inf->pic_size), static_cast<long>(end));
-    if (fseeko(inf->stream, inf->pic_size, SEEK_SET) != 0) perror("mywrvids");
+    if (!fill) return true;
+    if (!Seek(x, inf->pic_size)) return false;
     /* The filler is whatever io_buf holds: zeros until its first use. */
     for (int64_t pos = inf->pic_size; pos < end;) {
         const int64_t n = end - pos < inf->buf_size ? end - pos : inf->buf_size;
-        if (fwrite(inf->io_buf, 1, static_cast<size_t>(n), inf->stream) != static_cast<size_t>(n)) {
-            perror("mywrvids");
-            break;
-        }
+        if (!WriteBytes(x, inf->io_buf, n)) return false;
         pos += n;
     }
-    fflush(inf->stream);
+    if (!Flush(x)) return false;
     inf->pic_size = end;
-}
-
-void ReadBytes(FILE* f, unsigned char* p, int64_t n) {
-    const size_t got = fread(p, 1, static_cast<size_t>(n), f);
-    if (got == static_cast<size_t>(n)) return;
-    if (ferror(f)) perror("myrdvids");
-    memset(p + got, 0, static_cast<size_t>(n) - got);   /* short file: zeros */
-}
-
-void WriteBytes(FILE* f, const unsigned char* p, int64_t n) {
-    if (fwrite(p, 1, static_cast<size_t>(n), f) != static_cast<size_t>(n)) perror("mywrvids");
+    return true;
 }
 
 /* Moves n samples of component c between file offset pos and mem; returns the memory
- * position after them. */
-unsigned char* Segment(Transfer& x, int natural, int64_t pos, int64_t n, unsigned char* mem) {
+ * position after them, or null when the file refused. */
+unsigned char* Segment(Transfer& x, int c, int natural, int64_t pos, int64_t n,
+                       unsigned char* mem) {
     IMG_INF* inf = x.inf;
-    FILE* f = inf->stream;
-    if (fseeko(f, pos, SEEK_SET) != 0) perror(x.write ? "mywrvids" : "myrdvids");
+    if (!Seek(x, pos)) return nullptr;
     const bool byte_type = natural == IMG_BYTE || natural == IMG_UBYTE;
     if (x.data_type == natural && (!inf->shuffle || byte_type)) {
         const int64_t bytes = (n + x.per_byte - 1) / x.per_byte * x.item;
-        if (x.write)
-            WriteBytes(f, mem, bytes);
-        else
-            ReadBytes(f, mem, bytes);
-        return mem + bytes;
+        const bool done = x.write ? WriteBytes(x, mem, bytes) : ReadBytes(x, c, mem, bytes);
+        return done ? mem + bytes : nullptr;
     }
     const int64_t chunk = x.per_byte * (inf->buf_size / x.item);
     const IMG_CONV conv =
@@ -199,9 +242,9 @@ unsigned char* Segment(Transfer& x, int natural, int64_t pos, int64_t n, unsigne
         if (x.write) {
             conv(&io, &m, k, inf->scale_fctr, inf->scale_fctr, 8, x.bits, x.flags,
                  inf->shuffle ? 2 : 0, &x.under, &x.over);
-            WriteBytes(f, inf->io_buf, bytes);
+            if (!WriteBytes(x, inf->io_buf, bytes)) return nullptr;
         } else {
-            ReadBytes(f, inf->io_buf, bytes);
+            if (!ReadBytes(x, c, inf->io_buf, bytes)) return nullptr;
             conv(&m, &io, k, inf->scale_fctr, inf->scale_fctr, x.bits, 8, x.flags,
                  inf->shuffle ? 1 : 0, &x.under, &x.over);
         }
@@ -211,12 +254,13 @@ unsigned char* Segment(Transfer& x, int natural, int64_t pos, int64_t n, unsigne
 }
 
 /* Padding after a written block, from io_buf too. */
-void Pad(Transfer& x, int64_t bytes) {
+bool Pad(Transfer& x, int64_t bytes) {
     for (int64_t left = bytes; left > 0;) {
         const int64_t n = left < x.inf->buf_size ? left : x.inf->buf_size;
-        WriteBytes(x.inf->stream, x.inf->io_buf, n);
+        if (!WriteBytes(x, x.inf->io_buf, n)) return false;
         left -= n;
     }
+    return true;
 }
 
 void ReportClips(const Transfer& x, int c) {
@@ -229,37 +273,49 @@ void ReportClips(const Transfer& x, int c) {
                 x.who, x.t, static_cast<long>(c), x.over);
 }
 
-int Run(Transfer& x) {
-    if (Check(x) != 0 || CheckWindows(x) != 0) return 1;
+/* Moves every asked component; false when the file refused. */
+bool Components(Transfer& x, int64_t record) {
     IMG_INF* inf = x.inf;
-    const int64_t R = x.blk[0] + x.blk[1] + x.blk[2];
-    if (x.write) Grow(x, x.t * R + R);
     /* Counters start once per call: a later component repeats the earlier counts. */
     x.under = x.over = 0;
-    int64_t block = x.t * R;
+    int64_t block = record;
     for (int c = 0; c < 3; block += x.blk[c], ++c) {
         if (!Asked(x, c)) continue;
         if (!Img_check_comp_exists(inf, c)) {
             fprintf(stderr, "%s: Demand non-existing component; exit\n", x.who);
-            return 1;
+            return false;
         }
         int bits;
         const int natural = mydtype(inf->fdtype, inf->dsign[c], &bits);
         const int64_t nb_h = Img_get_nb_h(inf, c);
         if (x.win == nullptr) {
-            Segment(x, natural, block, x.smpl[c], x.buf[c]);
-            if (x.write) Pad(x, x.blk[c] - (x.smpl[c] + x.per_byte - 1) / x.per_byte * x.item);
+            if (Segment(x, c, natural, block, x.smpl[c], x.buf[c]) == nullptr) return false;
+            const int64_t used = (x.smpl[c] + x.per_byte - 1) / x.per_byte * x.item;
+            if (x.write && !Pad(x, x.blk[c] - used)) return false;
         } else {
             const Window& w = *x.win;
             unsigned char* mem = x.buf[c];
-            for (int y = 0; y < w.height[c]; ++y) {
+            for (int y = 0; y < w.height[c] && mem != nullptr; ++y) {
                 const int64_t first = (w.vstart[c] + y) * nb_h + w.hstart[c];
-                mem = Segment(x, natural, block + first / x.per_byte * x.item, w.width[c], mem);
+                mem = Segment(x, c, natural, block + first / x.per_byte * x.item, w.width[c], mem);
             }
+            if (mem == nullptr) return false;
         }
         ReportClips(x, c);
     }
-    if (x.write) fflush(inf->stream);
+    return true;
+}
+
+int Run(Transfer& x) {
+    if (Check(x) != 0 || CheckWindows(x) != 0) return 1;
+    const int64_t R = x.blk[0] + x.blk[1] + x.blk[2];
+    const int64_t record = x.t * R;
+    const bool appended = record == x.inf->pic_size && WritesWholeRecord(x);
+    if (x.write && !Grow(x, record + R, !appended)) return 1;
+    if (!Components(x, record)) return 1;
+    if (x.write && !Flush(x)) return 1;
+    if (appended) x.inf->pic_size = record + R;
+    if (x.new_size != 0 && RecordTemporalSize(x) != 0) return 1;
     return 0;
 }
 

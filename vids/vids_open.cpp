@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "vids/vids.h"
 #include "vids/vids_private.h"
@@ -58,6 +59,25 @@ int CloseDes(IMG_INF* inf) {
     return 1;
 }
 
+/* Closes the description stream after its last use: 0, or 1 after a message when the
+ * system reports that what was written did not reach the file. */
+int FinishDes(IMG_INF* inf) {
+    FILE* f = inf->stream;
+    inf->stream = nullptr;
+    if (f == nullptr || fclose(f) == 0) return 0;
+    perror(kWho);
+    fprintf(stderr, "%s: fatal error; can't close des file\n", kWho);
+    return 1;
+}
+
+/* A sequence about to be created must have a frame that a machine can hold. */
+int CheckNewArea(const IMG_INF* inf) {
+    if (Img_check_area(inf->size[0], inf->size[1])) return 0;
+    fprintf(stderr, "%s : Frame size %d x %d of %s exceeds the limit of %d samples\n", kWho,
+            inf->size[0], inf->size[1], inf->fname, IMG_AREA_MAX);
+    return 1;
+}
+
 int OpenDes(IMG_INF* inf, const char* path, const char* mode) {
     inf->stream = fopen(path, mode);
     if (inf->stream != nullptr) return 0;
@@ -73,8 +93,20 @@ int BackupForNew(const Paths& p, bool des_exists, bool pic_exists) {
                 p.pic);
         return 1;
     }
-    if (des_exists) fbakup(p.des);
-    if (pic_exists) fbakup(p.pic);
+    /* Never truncate a file that could not be put aside; a description already renamed
+     * is put back, so that a refused open leaves the old sequence as it was. */
+    if (des_exists && fbakup(p.des) != 0) {
+        fprintf(stderr, "%s : Backup of %s failed\n", kWho, p.des);
+        return 1;
+    }
+    if (pic_exists && fbakup(p.pic) != 0) {
+        fprintf(stderr, "%s : Backup of %s failed\n", kWho, p.pic);
+        if (des_exists) {
+            const std::string backup = std::string(p.des) + "~";
+            if (rename(backup.c_str(), p.des) != 0) perror("fbakup");
+        }
+        return 1;
+    }
     return 0;
 }
 
@@ -105,14 +137,17 @@ int CompareWithFile(IMG_INF* inf, const Paths& p, int flags) {
         fprintf(stderr, "%s : Permission to write for backup %s denied\n", kWho, p.des);
         return 1;
     }
-    fbakup(p.des);
+    if (fbakup(p.des) != 0) {
+        fprintf(stderr, "%s : Backup of %s failed\n", kWho, p.des);
+        return 1;
+    }
     if (OpenDes(inf, p.des, "w+") != 0) return 1;
     Img_check_sampling(inf);
     if (put_info(inf, flags) != 0) {
         fprintf(stderr, "%s: fatal error; put_info \n", kWho);
         return CloseDes(inf);
     }
-    CloseDes(inf);
+    if (FinishDes(inf) != 0) return 1;
     return OpenDes(inf, p.des, "r+");
 }
 
@@ -141,13 +176,14 @@ const char* ExistingMode(const Paths& p) {
 }
 
 /* Step 6: chooses the fopen mode. 1 on refusal. */
-int ChooseMode(const Paths& p, const char* name, const char* type, int flags, bool des_exists,
-               bool pic_exists, const char** mode, bool* is_new, bool* compare) {
+int ChooseMode(const IMG_INF* inf, const Paths& p, const char* name, const char* type,
+               int flags, bool des_exists, bool pic_exists, const char** mode, bool* is_new,
+               bool* compare) {
     const bool both = des_exists && pic_exists;
     *is_new = false;
     *compare = false;
     if (strcmp(type, "new") == 0) {
-        if (BackupForNew(p, des_exists, pic_exists) != 0) return 1;
+        if (CheckNewArea(inf) != 0 || BackupForNew(p, des_exists, pic_exists) != 0) return 1;
         *mode = "w+";
         *is_new = true;
     } else if (strcmp(type, "old") == 0) {
@@ -178,7 +214,8 @@ int ChooseMode(const Paths& p, const char* name, const char* type, int flags, bo
             *mode = ExistingMode(p);
             *compare = true;
         } else {
-            if (BackupForNew(p, des_exists, pic_exists) != 0) return 1;
+            if (CheckNewArea(inf) != 0 || BackupForNew(p, des_exists, pic_exists) != 0)
+                return 1;
             *mode = "w+";
             *is_new = true;
         }
@@ -301,7 +338,8 @@ int Openvids(const char* name, IMG_INF* inf, const char* type, int flags) {
 
     const char* mode = nullptr;
     bool is_new = false, compare = false;
-    if (ChooseMode(p, name, type, flags, des_exists, pic_exists, &mode, &is_new, &compare) != 0)
+    if (ChooseMode(inf, p, name, type, flags, des_exists, pic_exists, &mode, &is_new,
+                   &compare) != 0)
         return 1;
     if (OpenDes(inf, p.des, mode) != 0) return 1;
 
@@ -321,7 +359,7 @@ int Openvids(const char* name, IMG_INF* inf, const char* type, int flags) {
         }
         Img_check_sampling(inf);
     }
-    CloseDes(inf);
+    if (FinishDes(inf) != 0) return 1;
     if (flags & 8) PrintRecord("Information on file :", inf);
 
     if (AttachData(inf, p, mode, flags) != 0) return 1;
@@ -331,14 +369,21 @@ int Openvids(const char* name, IMG_INF* inf, const char* type, int flags) {
     const int last = Img_get_nb_t(inf, 0) - 1;
     if (last < 0) return 2;
     const int none[3] = {0, 0, 0};
-    if (Writevids(last, none, IMG_REAL, nullptr, nullptr, nullptr, inf, 0x2000 + 7) != 0)
+    if (Writevids(last, none, IMG_REAL, nullptr, nullptr, nullptr, inf, 0x2000 + 7) != 0) {
+        fprintf(stderr, "%s: fatal error; can't extend file %s\n", kWho, p.pic);
         return Detach(inf);
+    }
     return 2;
 }
 
 int Closevids(IMG_INF* inf, int /*flags*/) {
     if (inf == nullptr) return 0;
-    if (inf->stream != nullptr) fclose(inf->stream);
+    int rc = 0;
+    /* The last buffered samples reach the file here: a failure loses them. */
+    if (inf->stream != nullptr && fclose(inf->stream) != 0) {
+        perror("Closevids");
+        rc = 1;
+    }
     free(inf->io_buf);
     inf->stream = nullptr;
     inf->io_buf = nullptr;
@@ -346,5 +391,5 @@ int Closevids(IMG_INF* inf, int /*flags*/) {
     inf->access_flags = 0;
     inf->buf_size = 0;
     inf->opened = 0;
-    return 0;
+    return rc;
 }

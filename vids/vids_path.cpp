@@ -10,11 +10,14 @@
 
 namespace {
 
-const int kExpLen = 1024;   /* the expansion buffer, shared by all calls */
+const int kExpLen = 1024;   /* the expansion buffer */
 /* A value is searched again for references; this bounds self-referring values. */
 const int kMaxExpansions = 64;
+const int kPwBufLen = 4096;   /* room for one password-database entry */
 
-char exp_buf[kExpLen];
+/* One of each per thread: two threads may expand names at once. */
+thread_local char exp_buf[kExpLen];
+thread_local char home_buf[kPwBufLen];
 
 bool StartsRef(char ch) { return ch == '%' || ch == '$' || ch == '~'; }
 bool EndsRef(char ch) { return ch == '%' || ch == '$' || ch == '/' || ch == '~' || ch == '\0'; }
@@ -43,8 +46,12 @@ int fndenv(const char* text, int from, int* len) {
 const char* mygetenv(const char* ref) {
     if (ref[0] == '~') {
         if (ref[1] == '\0') return getenv("HOME");
-        const struct passwd* pw = getpwnam(ref + 1);
-        return pw != nullptr ? pw->pw_dir : nullptr;
+        struct passwd entry;
+        struct passwd* pw = nullptr;
+        /* The reentrant lookup keeps the entry's strings in this thread's buffer. */
+        if (getpwnam_r(ref + 1, &entry, home_buf, sizeof home_buf, &pw) != 0 || pw == nullptr)
+            return nullptr;
+        return pw->pw_dir;
     }
     if ((ref[0] == '$' || ref[0] == '%') && ref[1] != '\0') return getenv(ref + 1);
     return nullptr;
@@ -83,12 +90,13 @@ int fbakup(const char* path) {
     char* backup = static_cast<char*>(malloc(len + 2));
     if (backup == nullptr) {
         perror("fbakup");
-        return 0;
+        return 1;
     }
     memcpy(backup, path, len);
     backup[len] = '~';
     backup[len + 1] = '\0';
-    if (rename(path, backup) != 0) {
+    const int failed = rename(path, backup) != 0;
+    if (failed) {
         perror("fbakup");
     } else {
         /* The line shows the extension, not the new full name. */
@@ -96,5 +104,5 @@ int fbakup(const char* path) {
         fprintf(stderr, "Backup: Rename %s -> %s~\n", path, ext != nullptr ? ext : path);
     }
     free(backup);
-    return 0;
+    return failed;
 }

@@ -84,6 +84,14 @@ struct GmeRun : testing::Test {
         std::ofstream(dir + "/" + file, std::ios::binary) << bytes;
     }
 
+    // Replaces the first `from` in the file by `to`; the text must be there.
+    void Replace(const std::string& file, const std::string& from, const std::string& to) {
+        std::string text = Read(file);
+        const size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from << " not in " << file;
+        Write(file, text.replace(at, from.size(), to));
+    }
+
     std::string Read(const std::string& file) const {
         std::ifstream in(dir + "/" + file, std::ios::binary);
         std::ostringstream s;

@@ -41,6 +41,14 @@ TEST_F(GmeRun, RefusalsLeaveEverythingAsItWas) {
              t.WriteIntegerScene("in", 64, 48, 12);
              ASSERT_EQ(truncate((t.dir + "/in.pic").c_str(), 5 * 5120 + 1000), 0);
          }, "in out", "gme: in.pic: holds 5 of the 12 frames in.des declares"},
+        {"a negative width", [](GmeRun& t) {
+             t.WriteIntegerScene("in", 64, 48, 3);
+             t.Replace("in.des", "HORIZONTALE =    64", "HORIZONTALE =   -64");
+         }, "in out", "gme: in.des: declares frames of -64x48"},
+        {"a sampling matrix out of form", [](GmeRun& t) {
+             t.WriteIntegerScene("in", 64, 48, 3);
+             t.Replace("in.des", "(1,0,1,0,0,1)", "(1,5,1,0,0,1)");
+         }, "in out", "gme: in.des: the sampling matrices of its components are not valid"},
         {"frames below the minimum", [](GmeRun& t) { t.WriteIntegerScene("in", 17, 9, 3); },
          "in out", "gme: in: frames of 17x9 are too small; gme needs at least 32x32"},
         {"the output is the input", [](GmeRun& t) { t.WriteIntegerScene("in", 64, 48, 3); },
@@ -95,4 +103,21 @@ TEST_F(GmeRun, UnreadableInputAndUnwritableOutputAreRefused) {
     ASSERT_EQ(mkdir((dir + "/locked").c_str(), 0555), 0);
     EXPECT_EQ(Gme("in locked/out"), 1);
     EXPECT_EQ(Read("stderr.txt"), "gme: locked/out.des: cannot create in locked: Permission denied\n");
+}
+
+// A write that fails half way (here the file-size limit: each luminance frame of the
+// output is 160x128 bytes, the limit 100 blocks of 512) ends the run without "done"; the
+// backups of the previous output stay as they were and the output declares exactly the
+// frames it holds.
+TEST_F(GmeRun, AFailedWriteEndsTheRunAndKeepsTheBackups) {
+    WriteIntegerScene("in", 160, 128, 12);
+    Write("out.des", "previous description");
+    Write("out.pic", "previous samples");
+    EXPECT_EQ(Gme("in out", "ulimit -f 100 && "), 1);
+    EXPECT_EQ(LastLine(Read("stderr.txt")), "gme: out.pic: frame 2 could not be written");
+    EXPECT_EQ(Read("stdout.txt").find("done"), std::string::npos);
+    EXPECT_EQ(Read("out.des~"), "previous description");
+    EXPECT_EQ(Read("out.pic~"), "previous samples");
+    EXPECT_EQ(Read("out.pic").size(), 2u * 160 * 128);
+    EXPECT_EQ(Frames("out").size(), 2u);
 }

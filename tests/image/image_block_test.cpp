@@ -1,32 +1,18 @@
 // ImageBlock: frame and window rules, origin-relative access and window traversals.
 #include "image/ImageBlock.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "image/YUVImage.h"
-
-using namespace ormel;
+#include "tests/image/image_test_support.h"
 
 namespace {
-
-// Each sample's value follows from its plane and index, so misplaced copies show.
-void Texture(YUVImage& img) {
-    for (int c = 0; c < 3; ++c)
-        for (int k = 0; k < img.Width(CompType(c)) * img.Height(CompType(c)); ++k)
-            img.GetArray(CompType(c))[k] = static_cast<unsigned char>(k * 7 + c * 50);
-}
 
 // The window as "origin column,row widthxheight", in plane coordinates.
 std::string Win(const ImageBlock& b) {
     return std::to_string(b.get_horizontal_min_extent()) + "," +
            std::to_string(b.get_vertical_min_extent()) + " " + std::to_string(b.Width()) + "x" +
            std::to_string(b.Height());
-}
-
-bool Inside(int i, int j, int i0, int j0, int w, int h) {
-    return i >= i0 && i < i0 + w && j >= j0 && j < j0 + h;
 }
 
 }  // namespace

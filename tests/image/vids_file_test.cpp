@@ -2,11 +2,9 @@
 // transfers checked against files on disk.
 #include "image/VidsFile.h"
 
-#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -14,52 +12,14 @@
 #include "image/ImageBlock.h"
 #include "image/ImageSequence.h"
 #include "image/YUVImage.h"
-#include "vids/vids.h"
-
-using namespace ormel;
+#include "tests/image/image_test_support.h"
+#include "tests/vids/vids_test_support.h"
 
 namespace {
 
-CompType Comp(int c) { return static_cast<CompType>(c); }
-
-// Each sample's value follows from its plane, index and a seed.
-void Texture(BaseImage& img, int seed) {
-    for (int c = 0; c < 3; ++c)
-        for (int n = 0; n < img.Width(Comp(c)) * img.Height(Comp(c)); ++n)
-            img.GetArray(Comp(c))[n] = static_cast<unsigned char>(n * 3 + c * 60 + seed * 29);
-}
-
-// First differing sample of planes first..last, or an empty string.
-std::string Mismatch(BaseImage& a, BaseImage& b, int first = 0, int last = 2) {
-    for (int c = first; c <= last; ++c)
-        for (int n = 0; n < a.Width(Comp(c)) * a.Height(Comp(c)); ++n)
-            if (a.GetArray(Comp(c))[n] != b.GetArray(Comp(c))[n])
-                return "plane " + std::to_string(c) + " sample " + std::to_string(n);
-    return "";
-}
-
-// Plane sizes "Y U V" as the file reports them.
-std::string Sizes(const VidsFile& f) {
-    std::string s;
-    for (int c = 0; c < 3; ++c)
-        s += (c ? " " : "") + std::to_string(f.Width(Comp(c))) + "x" +
-             std::to_string(f.Height(Comp(c)));
-    return s;
-}
-
-bool Inside(int i, int j, int i0, int j0, int w, int h) {
-    return i >= i0 && i < i0 + w && j >= j0 && j < j0 + h;
-}
-
-class VidsFileOnDisk : public testing::Test {
-protected:
-    void SetUp() override {
-        char tmpl[] = "/tmp/vids_file_test.XXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-    }
-    void TearDown() override { std::filesystem::remove_all(dir); }
-    std::string Path(const std::string& base) const { return dir + "/" + base; }
+// A test with its own directory (SequenceTest fails it when none can be made).
+struct VidsFileOnDisk : SequenceTest {
+    std::string Path(const std::string& base) const { return dir / base; }
 
     // A new progressive sequence of n frames, w x h in format fmt, 25 Hz.
     void Create(VidsFile& f, const std::string& base, ChromaFormat fmt, int w, int h, int n = 1) {
@@ -70,8 +30,6 @@ protected:
         f.SetSamplingMatrices(fmt, false);
         ASSERT_EQ(f.Open(Path(base), OPEN_NEW), 2);
     }
-
-    std::string dir;
 };
 
 }  // namespace
@@ -172,8 +130,7 @@ TEST_F(VidsFileOnDisk, FramesRoundTripThroughCopyAndMisfitsAreRefused) {
 
 TEST_F(VidsFileOnDisk, ChromaPlanesComeFromTheirFileComponents) {
     // File component 1 (V) every second pixel, 2 (U) every fourth, written directly.
-    IMG_INF* inf = nullptr;
-    ASSERT_EQ(Img_INF_alloc(&inf), 1);
+    IMG_INF* inf = r.inf;
     Img_set_sizes(inf, 16, 4, 1);
     Img_set_smpl_mtrx(inf, 0, 1, 0, 1, 0, 0, 1);
     Img_set_smpl_mtrx(inf, 1, 2, 0, 1, 0, 0, 1);
@@ -186,7 +143,6 @@ TEST_F(VidsFileOnDisk, ChromaPlanesComeFromTheirFileComponents) {
     const int all[3] = {1, 1, 1};
     ASSERT_EQ(Writevids(0, all, IMG_UBYTE, y.data(), v.data(), u.data(), inf, 4135), 0);
     Closevids(inf, 0);
-    Img_INF_free(inf);
 
     VidsFile f;
     ASSERT_EQ(f.Open(Path("odd"), OPEN_OLD), 0);
@@ -295,4 +251,72 @@ TEST_F(VidsFileOnDisk, BlocksWholePlaneAndWindows) {
         }
     }
     EXPECT_EQ(f.NumberOfImages(), 4);
+}
+
+TEST_F(VidsFileOnDisk, FailuresReachTheCaller) {
+    YUVImage frame(YUV420, 176, 144);
+    Texture(frame, 1);
+    {
+        VidsFile out;
+        Create(out, "s", YUV420, 176, 144, 12);   // 38912 bytes a frame
+        // A child whose files may not grow beyond frame 12: writing it fails.
+        EXPECT_EXIT(
+            {
+                LimitFileSize(12 * 38912);
+                exit(out.Write(frame, 12));
+            },
+            ExitedWithCode(1), "mywrvids: File too large");
+        ASSERT_EQ(out.Write(frame, 1), 18);
+        EXPECT_FALSE(out.Close());
+    }
+    // 100000 bytes where 12 frames are declared: frame 2 is cut short.
+    ASSERT_EQ(truncate(Path("s.pic").c_str(), 100000), 0);
+    VidsFile in;
+    ASSERT_EQ(in.Open(Path("s"), OPEN_OLD), 0);
+    YUVImage got(in);
+    CaptureStderr();
+    EXPECT_EQ(in.Read(got, 1), 18);
+    EXPECT_EQ(Mismatch(got, frame), "");
+    EXPECT_EQ(in.Read(got, 2), 1);
+    EXPECT_EQ(GetCapturedStderr(),
+              "Readvids: File " + Path("s") + " too short: field 2, component 0 incomplete\n");
+}
+
+TEST_F(VidsFileOnDisk, HostileDescriptionLeavesTheSettings) {
+    {
+        VidsFile out;
+        Create(out, "s", YUV420, 16, 8);
+    }
+    const std::string des = FileText(Path("s.des"));
+    std::ofstream(Path("s.des")) << des.substr(0, des.find("04 ")) << "04 = 100000, = 100000, = 1\n"
+                                 << des.substr(des.find("05 "));
+    VidsFile f;
+    CaptureStderr();
+    EXPECT_EQ(f.Open(Path("s"), OPEN_OLD), 1);
+    EXPECT_EQ(GetCapturedStderr(),
+              "get_info: Frame size 100000 x 100000 exceeds the limit of 67108864 samples\n"
+              "Openvids: fatal error; get_info \n");
+    const YUVImage img(f);   // planes of the settings, not of the description
+    EXPECT_EQ(Sizes(f), "352x288 176x144 176x144");
+    EXPECT_EQ(img.Width(Y_COMP) * img.Height(Y_COMP), 352 * 288);
+}
+
+// 7680 x 4320 4:2:0 frames beyond 4 GiB of a sparse data file, through whole-frame
+// transfers: frame 87 starts at 87 x 49766400 bytes.
+TEST_F(VidsFileOnDisk, UltraHdFramesBeyondFourGiB) {
+    {
+        VidsFile out;
+        Create(out, "uhd", YUV420, 7680, 4320);
+    }
+    ASSERT_EQ(truncate(Path("uhd.pic").c_str(), 87LL * 49766400), 0);
+    YUVImage frame(YUV420, 7680, 4320);
+    Texture(frame, 2);
+    VidsFile f;
+    ASSERT_EQ(f.Open(Path("uhd"), OPEN_OLD), 0);
+    ASSERT_EQ(f.Write(frame, 87), 18);   // extends the sequence to 88 frames
+    EXPECT_EQ(FileSize(Path("uhd.pic")), 88LL * 49766400);
+    YUVImage got(f);
+    ASSERT_EQ(f.Read(got, 87), 18);
+    EXPECT_EQ(Mismatch(got, frame), "");
+    EXPECT_EQ(f.NumberOfImages(), 88);
 }

@@ -1,40 +1,17 @@
 // YUVImage: geometry per chroma format, the bounds rule, status codes, copies.
-#include <gtest/gtest.h>
-
 #include <cstring>
-#include <functional>
 #include <sstream>
 #include <string>
 
 #include "image/YUVImage.h"
-
-using namespace ormel;
+#include "tests/image/image_test_support.h"
 
 namespace {
 
 const std::string kBounds = "YUVImage: boundary overflow or underflow\n";
 
-std::string Captured(const std::function<void()>& f) {
-    testing::internal::CaptureStdout();
-    f();
-    return testing::internal::GetCapturedStdout();
-}
-
-CompType Comp(int c) { return static_cast<CompType>(c); }
-
 // "format Y-size U-size V-size", e.g. "3 6x4 3x2 3x2".
-std::string Geometry(const YUVImage& img) {
-    std::string s = std::to_string(img.CFormat());
-    for (int c = 0; c < 3; ++c)
-        s += " " + std::to_string(img.Width(Comp(c))) + "x" + std::to_string(img.Height(Comp(c)));
-    return s;
-}
-
-void FillRamp(YUVImage& img) {
-    for (int c = 0; c < 3; ++c)
-        for (int k = 0; k < img.Width(Comp(c)) * img.Height(Comp(c)); ++k)
-            img.GetArray(Comp(c))[k] = static_cast<unsigned char>(k * 7 + c);
-}
+std::string Geometry(const YUVImage& img) { return std::to_string(img.CFormat()) + " " + Sizes(img); }
 
 }  // namespace
 
@@ -72,7 +49,7 @@ TEST(YUVImageGeometry, ChromaSizesColourPaintingAndLuminanceOnlyPlanes) {
 
 TEST(YUVImageBounds, MessagesAndTheClampAgainstTheLuminanceSize) {
     YUVImage img(YUV420, 352, 288);
-    FillRamp(img);
+    Texture(img);
     std::ostringstream address;
     address << static_cast<const void*>(&img) << "\n";
     const unsigned char* y = img.GetArray(Y_COMP);
@@ -105,7 +82,7 @@ TEST(YUVImagePlanes, ClearFillBufferCopiesAndTheirCodes) {
     EXPECT_EQ(img.Fill(1, Comp(-1)), 6);
     EXPECT_EQ(img.V(2, 3), 42);
 
-    FillRamp(img);
+    Texture(img);
     unsigned char buf[24] = {};
     EXPECT_EQ(img.CopyTo(static_cast<unsigned char*>(nullptr), Y_COMP), 8);
     EXPECT_EQ(img.CopyTo(buf, ALL_COMP), 22);
@@ -120,7 +97,7 @@ TEST(YUVImagePlanes, ClearFillBufferCopiesAndTheirCodes) {
 
 TEST(YUVImagePlanes, ImageCopiesAndTheAllComponentAsymmetry) {
     YUVImage src(YUV420, 8, 6), dst(YUV420, 8, 6), all(YUV420, 8, 6);
-    FillRamp(src);
+    Texture(src);
     EXPECT_EQ(src.CopyTo(dst, ALL_COMP), 25);
     EXPECT_EQ(dst.Y(3, 3), 0);   // ALL_COMP copies nothing
     EXPECT_EQ(src.CopyTo(dst, U_COMP), 25);
@@ -134,7 +111,7 @@ TEST(YUVImagePlanes, ImageCopiesAndTheAllComponentAsymmetry) {
 
 TEST(YUVImageAssignment, CopiesGeometryNeverPixels) {
     YUVImage src(YUV422, 10, 6), target(YUV420, 4, 4), hollow(YUV400, 0, 0);
-    FillRamp(src);
+    Texture(src);
     YUVImage copy(src);
     EXPECT_EQ(Geometry(copy), "1 10x6 5x6 5x6");
     EXPECT_EQ(copy.Y(3, 1), 0);

@@ -2,17 +2,29 @@
 // with its message and exit status, and interchange with ffmpeg when it is installed.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdlib>
 
 #include <string>
 
 #include "image/VidsFile.h"
 #include "vids/vids.h"
-#include "VidstoolFixture.h"
+#include "tests/y4m/StreamDir.h"
 
 namespace {
 
-using Cli = VidstoolDir;
+struct Cli : StreamDir {
+    // Runs "vidstool args" in the directory, standard error to err.txt there and standard
+    // output to out (out.txt there by default). Returns the exit status.
+    int Run(const std::string& args, const std::string& out = "out.txt") const {
+        const std::string cmd =
+            "cd '" + dir + "' && " + VIDSTOOL_BINARY + " " + args + " > " + out + " 2> err.txt";
+        const int status = std::system(cmd.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
 
 const char kInfo[] =
     "File name     : seq\n"
@@ -162,9 +174,7 @@ TEST_F(Cli, ExportRefusesWhatItCannotWriteAndLeavesNothing) {
     EXPECT_EQ(Run("export seq nodir/out.y4m"), 1);
     EXPECT_EQ(Read("err.txt"), "vidstool: nodir/out.y4m: No such file or directory\n");
     if (access("/dev/full", W_OK) == 0) {
-        const std::string cmd = "cd '" + dir + "' && " + VIDSTOOL_BINARY + " export seq - > /dev/full 2> err.txt";
-        const int status = std::system(cmd.c_str());
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+        EXPECT_EQ(Run("export seq -", "/dev/full"), 1);
         EXPECT_EQ(Read("err.txt"), "vidstool: standard output: write failed; the stream on standard output is incomplete\n");
     }
 }

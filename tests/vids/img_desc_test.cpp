@@ -9,21 +9,20 @@ namespace {
 
 // The description put_info writes for inf.
 std::string Describe(IMG_INF* inf) {
-    inf->stream = tmpfile();
+    char* buf = nullptr;
+    size_t size = 0;
+    inf->stream = open_memstream(&buf, &size);
     EXPECT_EQ(put_info(inf, 0), 0);
-    std::string text(ftell(inf->stream), '\0');
-    rewind(inf->stream);
-    EXPECT_EQ(fread(&text[0], 1, text.size(), inf->stream), text.size());
     fclose(inf->stream);
     inf->stream = nullptr;
+    const std::string text(buf, size);
+    free(buf);
     return text;
 }
 
 // get_info of text into inf; stderr is returned in *err.
-int Parse(IMG_INF* inf, const std::string& text, std::string* err = nullptr) {
-    inf->stream = tmpfile();
-    fwrite(text.data(), 1, text.size(), inf->stream);
-    rewind(inf->stream);
+int Parse(IMG_INF* inf, std::string text, std::string* err = nullptr) {
+    inf->stream = fmemopen(&text[0], text.size(), "r");
     CaptureStderr();
     const int rc = get_info(inf, 0);
     const std::string msg = GetCapturedStderr();
@@ -174,4 +173,21 @@ TEST(DescriptionFile, MalformedDescriptionsFailCleanly) {
                   "get_info: Bad field on line " + std::to_string(c.line) + "\n") << c.to;
     EXPECT_EQ(Refusal(kDefault.substr(0, kDefault.find("09 TYPE"))),
               "get_info: Unexpected end of file on line 9\n");
+}
+
+TEST(DescriptionFile, FramesBeyondTheLimitAreRefusedUnstored) {
+    const std::string sizes = "HORIZONTALE =   256, VERTICALE =   256";
+    for (const char* ok : {"8192, = 8192", "67108864, = 1", "-5, = 2147483647"}) {
+        Record r;
+        EXPECT_EQ(Parse(r.inf, Edited(sizes, std::string("= ") + ok)), 0) << ok;
+    }
+    for (const char* big : {"8192, = 8193", "2147483647, = 2147483647", "100000, = 100000"}) {
+        Record r;
+        std::string err;
+        EXPECT_EQ(Parse(r.inf, Edited(sizes, std::string("= ") + big), &err), 1) << big;
+        std::string shown = big;
+        shown.replace(shown.find(", = "), 4, " x ");
+        EXPECT_EQ(err, "get_info: Frame size " + shown + " exceeds the limit of 67108864 samples\n");
+        EXPECT_EQ(Img_get_size(r.inf, 0), 256);   // the defaults stay
+    }
 }

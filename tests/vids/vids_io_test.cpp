@@ -1,5 +1,10 @@
 // Reading and writing time samples: layout, round trips, growth, byte order, clipping,
-// bit types, windows and refusals.
+// bit types, windows, refusals, failed reads and writes, and the largest frames.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -199,4 +204,177 @@ TEST_F(VidsTransfer, Refusals) {
     EXPECT_EXIT(Writevids(0, kY, IMG_UBYTE, y.data(), nullptr, nullptr, r.inf, 7),
                 ExitedWithCode(1),
                 "Writevids: Internal bug file .*, bad fopsize : ask responsible");
+}
+
+TEST_F(VidsTransfer, ShortDataFileFailsTheReadsThatReachItsEnd) {
+    Create(r.inf, seq, 16, 8, 2);   // R = 1536: blocks of 512 bytes, U holds 32 samples
+    Closevids(r.inf, 0);
+    ASSERT_EQ(truncate((seq + ".pic").c_str(), 1536 + 512 + 10), 0);   // frame 1 ends in U
+    ASSERT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 0);
+    std::vector<uint8_t> y(128), c(32);
+    std::vector<int16_t> y16(128), c16(32);
+    const int use_v[3] = {0, 0, 1}, width[3] = {0, 0, 4}, height[3] = {0, 0, 1}, at[3] = {};
+    CaptureStderr();
+    EXPECT_EQ(Readvids(0, kAll, IMG_UBYTE, y.data(), c.data(), c.data(), r.inf, 7), 0);
+    EXPECT_EQ(Readvids(1, kY, IMG_UBYTE, y.data(), nullptr, nullptr, r.inf, 7), 0);
+    EXPECT_EQ(Readvids(1, kAll, IMG_UBYTE, y.data(), c.data(), c.data(), r.inf, 7), 1);
+    EXPECT_EQ(Readvids(1, kAll, IMG_INT_2, y16.data(), c16.data(), c16.data(), r.inf, 7), 1);
+    EXPECT_EQ(Readwinvids(1, use_v, IMG_UBYTE, y.data(), c.data(), c.data(), r.inf, width, height,
+                          at, at, 7),
+              1);
+    const std::string incomplete = "File " + seq + " too short: field 1, component ";
+    EXPECT_EQ(GetCapturedStderr(), "Readvids: " + incomplete + "1 incomplete\n" +
+                                       "Readvids: " + incomplete + "1 incomplete\n" +
+                                       "Readwinvids: " + incomplete + "2 incomplete\n");
+}
+
+TEST_F(VidsTransfer, AWriteThatDoesNotReachTheFileFails) {
+    const int64_t R = 38912;   // 176 x 144 4:2:0: Y 25344 samples in 25600, U and V 6336 in 6656
+    Create(r.inf, seq, 176, 144, 2);
+    std::vector<uint8_t> y(25344, 7), c(6336, 9);
+    std::vector<int16_t> y16(25344, 7), c16(6336, 9);
+    // Each child may not write beyond limit: in frame 1's samples (straight or converted
+    // through io_buf), in its last padding, or in the growth up to a frame 3.
+    const struct {
+        const char* what;
+        int64_t limit;
+        int t, flags;
+        bool convert;
+    } cases[] = {{"samples", R + 1000, 1, 7, false},
+                 {"converted samples", R + 1000, 1, 7, true},
+                 {"padding", 2 * R - 100, 1, 7, false},
+                 {"growth", 3 * R, 3, 0x1007, false}};
+    for (const auto& k : cases) {
+        EXPECT_EXIT(
+            {
+                LimitFileSize(k.limit);
+                exit(k.convert ? Writevids(k.t, kAll, IMG_INT_2, y16.data(), c16.data(),
+                                           c16.data(), r.inf, k.flags)
+                               : Writevids(k.t, kAll, IMG_UBYTE, y.data(), c.data(), c.data(),
+                                           r.inf, k.flags));
+            },
+            ExitedWithCode(1), "mywrvids: File too large")
+            << k.what;
+    }
+    // The failed growth left the description of two frames.
+    EXPECT_NE(FileText(seq + ".des").find("TEMPORELLE =     2\n"), std::string::npos);
+
+    // A description that cannot be rewritten fails the growing write and keeps the size.
+    ASSERT_EQ(unlink((seq + ".des").c_str()), 0);
+    ASSERT_EQ(symlink("/dev/full", (seq + ".des").c_str()), 0);
+    CaptureStderr();
+    EXPECT_EQ(Writevids(2, kAll, IMG_UBYTE, y.data(), c.data(), c.data(), r.inf, 0x1007), 1);
+    EXPECT_EQ(GetCapturedStderr(),
+              "Writevids: No space left on device\nWritevids: fatal error; put_info \n");
+    EXPECT_EQ(Img_get_nb_t(r.inf, 0), 2);
+
+    // Closing reports a data file that the system could not close.
+    CaptureStderr();
+    close(fileno(r.inf->stream));
+    EXPECT_EQ(Closevids(r.inf, 0), 1);
+    EXPECT_EQ(GetCapturedStderr(), "Closevids: Bad file descriptor\n");
+    EXPECT_EQ(r.inf->stream, nullptr);
+
+    Img_set_size(r.inf, 2, 4);   // creating four frames fails in the growth
+    EXPECT_EXIT(
+        {
+            LimitFileSize(3 * R);
+            exit(Openvids(seq.c_str(), r.inf, "new", 7));
+        },
+        ExitedWithCode(1), "Openvids: fatal error; can't extend file " + seq + ".pic");
+}
+
+TEST(VidsLayout, BlocksHoldTheirSamplesAndKeepEverySoundFormerSize) {
+    Record r;
+    Img_set_comp_names(r.inf, IMG_FMT_MONO);
+    Img_set_smpl_matrices(r.inf, IMG_FMT_MONO, 0);
+    for (int fdtype = 0; fdtype <= 5; ++fdtype)
+        for (int w : {1, 4095, 4096, 4097, 4104, 7680, 8192})
+            for (int h : {1, 3, 4097, 4320, 8191}) {
+                Img_set_sizes(r.inf, w, h, 1);
+                Img_set_fdtype(r.inf, fdtype);
+                int64_t blk[3], smpl[3];
+                int item, bits;
+                cal_physize(r.inf, blk, smpl, &item, &bits);
+                const int64_t needed = (static_cast<int64_t>(w) * h * bits + 7) / 8;
+                const float units = static_cast<float>(smpl[0]) * bits / 8.0f / 512.0f;
+                const int64_t former = static_cast<int64_t>(std::ceil(units)) * 512;
+                SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h) + " type " +
+                             std::to_string(fdtype));
+                EXPECT_EQ(blk[0] % 512, 0);
+                EXPECT_GE(blk[0], needed);
+                EXPECT_LT(blk[0] - needed, 512);
+                if (former >= needed) {
+                    EXPECT_EQ(blk[0], former);   // files keep their layout
+                }
+            }
+}
+
+TEST_F(VidsTransfer, FramesOfAUnitAndOneSampleKeepTheirLastSample) {
+    Create(r.inf, seq, 4097, 4097, 2, IMG_FDT_OCTET);   // 16785409 samples, 32785 units
+    std::vector<uint8_t> frame(4097 * 4097, 1), back(frame.size());
+    ASSERT_EQ(Writevids(0, kY, IMG_UBYTE, frame.data(), nullptr, nullptr, r.inf, 7), 0);
+    std::fill(frame.begin(), frame.end(), 2);
+    ASSERT_EQ(Writevids(1, kY, IMG_UBYTE, frame.data(), nullptr, nullptr, r.inf, 7), 0);
+    EXPECT_EQ(FileSize(seq + ".pic"), 2 * 32785 * 512);
+    ASSERT_EQ(Readvids(0, kY, IMG_UBYTE, back.data(), nullptr, nullptr, r.inf, 7), 0);
+    EXPECT_EQ(back.back(), 1);
+    EXPECT_EQ(std::count(back.begin(), back.end(), 1), static_cast<long>(back.size()));
+}
+
+namespace {
+// By file type, the item that holds a plane's last sample after the window below wrote
+// 115 there (or 1 into every sample of its byte), least significant byte first.
+const std::string kLastItem[6] = {"\x73", std::string("\x73\x00", 2),
+                                  std::string("\x00\x00\xe6\x42", 4), "\xff", "\x55", "\x11"};
+}  // namespace
+
+// Every file type and chroma layout at 7680 x 4320, the last time sample beyond 4 GiB of
+// a sparse data file: a window at the far corner of each plane lands where the layout
+// puts it and reads back.
+TEST_F(VidsTransfer, UltraHdWindowsBeyondFourGiB) {
+    for (int fdtype = 0; fdtype <= 5; ++fdtype)
+        for (int fmt : {IMG_FMT_MONO, IMG_FMT_YC_420, IMG_FMT_YC_422, IMG_FMT_YC_444}) {
+            SCOPED_TRACE("type " + std::to_string(fdtype) + " format " + std::to_string(fmt));
+            Record w;
+            Img_set_sizes(w.inf, 7680, 4320, 1);
+            Img_set_comp_names(w.inf, fmt);
+            Img_set_smpl_matrices(w.inf, fmt, 0);
+            Img_set_fdtype(w.inf, fdtype);
+            Img_set_dsigns(w.inf, 0, 0, 0);
+            int64_t blk[3], smpl[3];
+            int item, bits;
+            cal_physize(w.inf, blk, smpl, &item, &bits);
+            const int64_t R = blk[0] + blk[1] + blk[2];
+            const int last = static_cast<int>((int64_t{1} << 32) / R) + 1;
+            Img_set_size(w.inf, 2, last + 1);
+            WriteDescription(w.inf, seq + ".des");
+            std::ofstream(seq + ".pic").close();
+            ASSERT_EQ(truncate((seq + ".pic").c_str(), (last + 1) * R), 0);
+            ASSERT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 0);
+            int64_t block = last * R;
+            for (int c = 0; c < 3; block += blk[c], ++c) {
+                if (!Img_check_comp_exists(r.inf, c)) continue;
+                const int nb_h = Img_get_nb_h(r.inf, c), nb_v = Img_get_nb_v(r.inf, c);
+                int use[3] = {}, width[3] = {}, height[3] = {}, hs[3] = {}, vs[3] = {};
+                use[c] = 1, width[c] = 8, height[c] = 2, hs[c] = nb_h - 8, vs[c] = nb_v - 2;
+                int16_t in[16], out[16];
+                for (int k = 0; k < 16; ++k) in[k] = static_cast<int16_t>(bits < 8 ? 1 : 100 + k);
+                ASSERT_EQ(Writewinvids(last, use, IMG_INT_2, in, in, in, r.inf, width, height, hs,
+                                       vs, 7),
+                          0);
+                ASSERT_EQ(Readwinvids(last, use, IMG_INT_2, out, out, out, r.inf, width, height,
+                                      hs, vs, 7),
+                          0);
+                EXPECT_EQ(0, memcmp(in, out, sizeof in)) << "component " << c;
+                // The file item holding the plane's last sample, read straight from the file.
+                const int64_t bit = (static_cast<int64_t>(nb_h) * nb_v - 1) * bits;
+                std::string raw(item, '\0');
+                const int fd = open((seq + ".pic").c_str(), O_RDONLY);
+                ASSERT_EQ(pread(fd, &raw[0], item, block + bit / 8), item);
+                ::close(fd);
+                EXPECT_EQ(raw, kLastItem[fdtype]) << "component " << c;
+            }
+            Closevids(r.inf, 0);
+        }
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "tests/vids/vids_test_support.h"
 
@@ -156,4 +157,53 @@ TEST_F(VidsOpen, PermissionDenied) {
     chmod((seq + ".pic").c_str(), 0400);
     EXPECT_EQ(Openvids(seq.c_str(), r.inf, "old", 7), 0);
     EXPECT_EQ(r.inf->access_flags, 8);   // read only
+}
+
+TEST_F(VidsOpen, NewFailsRatherThanOverwriteWhatItCannotBackUp) {
+    MakeSequence(seq, 1);
+    const std::string des = FileText(seq + ".des"), pic = FileText(seq + ".pic");
+    // A directory in the way of the backup: first of the description, then of the data
+    // file, after the description was already renamed (it is put back).
+    for (const char* ext : {".des", ".pic"}) {
+        const std::string blocker = seq + ext + "~";
+        ASSERT_TRUE(std::filesystem::create_directory(blocker));
+        CaptureStderr();
+        EXPECT_EQ(Openvids(seq.c_str(), r.inf, "new", 7), 1);
+        const std::string backup = ext == std::string(".pic") ? "Backup: Rename " + seq +
+                                                                    ".des -> .des~\n"
+                                                              : "";
+        EXPECT_EQ(GetCapturedStderr(), backup + "fbakup: Is a directory\nOpenvids : Backup of " +
+                                           seq + ext + " failed\n");
+        EXPECT_EQ(FileText(seq + ".des"), des);
+        EXPECT_EQ(FileText(seq + ".pic"), pic);
+        std::filesystem::remove(blocker);
+    }
+    EXPECT_FALSE(std::filesystem::exists(seq + ".des~"));
+}
+
+TEST_F(VidsOpen, NewRefusesFramesNoMachineCanHold) {
+    MakeSequence(seq, 1);
+    const std::string des = FileText(seq + ".des");
+    Img_set_sizes(r.inf, 100000, 100000, 2);   // refused before any backup
+    CaptureStderr();
+    EXPECT_EQ(Openvids(seq.c_str(), r.inf, "new", 7), 1);
+    EXPECT_EQ(GetCapturedStderr(), "Openvids : Frame size 100000 x 100000 of " + seq +
+                                       " exceeds the limit of 67108864 samples\n");
+    EXPECT_EQ(FileText(seq + ".des"), des);
+    EXPECT_FALSE(std::filesystem::exists(seq + ".des~"));
+}
+
+TEST(VidsNames, TwoThreadsExpandAtOnce) {
+    setenv("VIDS_THREAD_0", "/first/dir", 1);
+    setenv("VIDS_THREAD_1", "/second/other/dir", 1);
+    int wrong[2] = {0, 0};
+    auto expand = [&wrong](int k) {
+        const std::string name = "$VIDS_THREAD_" + std::to_string(k) + "/seq";
+        const std::string want = k ? "/second/other/dir/seq" : "/first/dir/seq";
+        for (int n = 0; n < 100000; ++n) wrong[k] += expenv(name.c_str()) != want;
+    };
+    std::thread a(expand, 0), b(expand, 1);
+    a.join();
+    b.join();
+    EXPECT_EQ(wrong[0] + wrong[1], 0);
 }

@@ -3,6 +3,9 @@
 #ifndef TESTS_VIDS_VIDS_TEST_SUPPORT_H
 #define TESTS_VIDS_VIDS_TEST_SUPPORT_H
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -19,15 +22,17 @@ using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
 
+// A fresh directory, removed with its contents. path stays empty when none can be made;
+// SequenceTest then fails before its body runs: nothing may fall back to a shared one.
 struct TempDir {
     std::string path;
     TempDir() {
         char tmpl[] = "/tmp/vids_test_XXXXXX";
-        const char* made = mkdtemp(tmpl);
-        EXPECT_NE(made, nullptr);
-        path = made != nullptr ? made : "/tmp";
+        if (mkdtemp(tmpl) != nullptr) path = tmpl;
     }
-    ~TempDir() { std::filesystem::remove_all(path); }
+    ~TempDir() {
+        if (!path.empty()) std::filesystem::remove_all(path);
+    }
     std::string operator/(const std::string& name) const { return path + "/" + name; }
 };
 
@@ -43,8 +48,12 @@ struct Record {
 // A test with its own directory, the name of a sequence in it and a record.
 struct SequenceTest : testing::Test {
     TempDir dir;
-    const std::string seq = dir / "seq";
+    std::string seq;
     Record r;
+    void SetUp() override {
+        ASSERT_FALSE(dir.path.empty()) << "no temporary directory";
+        seq = dir / "seq";
+    }
 };
 
 // Opens name as a new sequence of w x h pixels and n frames: 4:2:0 OCTET unsigned when
@@ -62,6 +71,23 @@ inline void Create(IMG_INF* inf, const std::string& name, int w, int h, int n, i
         Img_set_file_org(inf, org);
     }
     ASSERT_EQ(Openvids(name.c_str(), inf, "new", 7), 2);
+}
+
+// Writes inf's description to path without creating a data file.
+inline void WriteDescription(IMG_INF* inf, const std::string& path) {
+    inf->stream = fopen(path.c_str(), "w");
+    ASSERT_NE(inf->stream, nullptr) << path;
+    EXPECT_EQ(put_info(inf, 0), 0);
+    fclose(inf->stream);
+    inf->stream = nullptr;
+}
+
+// From here on no file may grow beyond bytes; a write past it fails with EFBIG (SIGXFSZ
+// is ignored). For forked children only.
+inline void LimitFileSize(long long bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    const struct rlimit lim = {static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
+    setrlimit(RLIMIT_FSIZE, &lim);
 }
 
 inline std::string FileText(const std::string& path) {

@@ -1,7 +1,8 @@
 // The luminance reader and writer that gme uses, held against vidstool: the reader
 // delivers the time samples, and describes the sequence, exactly as a VidsFile opened on
 // `vidstool import` of the same stream reads them; the writer writes the bytes that
-// `vidstool export` writes of the same samples held as a luminance-only sequence; an
+// `vidstool export` writes of the same samples held as a luminance-only sequence, which
+// export given no rate or field order writes at a rate derived from its record; an
 // imported sequence names the rate and field order that its export writes.
 #include <gtest/gtest.h>
 
@@ -25,17 +26,24 @@ struct Input {
     ormel::ChromaFormat format;
     int width, height;
     const char* rate;     // the frame rate to give export
+    const char* derived;  // the header export writes of gme's output when given nothing
 };
 
 // Odd sizes, every chroma format, both field orders with an odd height (a short second
 // field), rates that the description's four decimals do not keep.
 const Input kInputs[] = {
-    {"Progressive420OddSize", "W7 H5 F30000:1001 Ip A1:1 C420jpeg", ormel::YUV420, 7, 5, "30000:1001"},
-    {"Progressive422", "W6 H4 F25:1 C422 XCOLORRANGE=FULL", ormel::YUV422, 6, 4, "25:1"},
-    {"Mono", "W9 H6 F24000:1001 Ip Cmono", ormel::YUV400, 9, 6, "24000:1001"},
-    {"TopFirstOddHeight", "W6 H7 F30000:1001 It C420mpeg2", ormel::YUV420, 6, 7, "30000:1001"},
-    {"BottomFirstOddHeight", "W5 H5 F25:1 Ib A16:15 C422", ormel::YUV422, 5, 5, "25:1"},
-    {"MixedReadAsProgressive", "W4 H3 F60000:1001 Im C444", ormel::YUV444, 4, 3, "60000:1001"},
+    {"Progressive420OddSize", "W7 H5 F30000:1001 Ip A1:1 C420jpeg", ormel::YUV420, 7, 5, "30000:1001",
+     "YUV4MPEG2 W7 H5 F30000:1001 Ip Cmono"},
+    {"Progressive422", "W6 H4 F25:1 C422 XCOLORRANGE=FULL", ormel::YUV422, 6, 4, "25:1",
+     "YUV4MPEG2 W6 H4 F25:1 Ip Cmono"},
+    {"Mono", "W9 H6 F24000:1001 Ip Cmono", ormel::YUV400, 9, 6, "24000:1001",
+     "YUV4MPEG2 W9 H6 F24000:1001 Ip Cmono"},
+    {"TopFirstOddHeight", "W6 H7 F30000:1001 It C420mpeg2", ormel::YUV420, 6, 7, "30000:1001",
+     "YUV4MPEG2 W6 H7 F15000:1001 It Cmono"},
+    {"BottomFirstOddHeight", "W5 H5 F25:1 Ib A16:15 C422", ormel::YUV422, 5, 5, "25:1",
+     "YUV4MPEG2 W5 H5 F25:2 It Cmono"},
+    {"MixedReadAsProgressive", "W4 H3 F60000:1001 Im C444", ormel::YUV444, 4, 3, "60000:1001",
+     "YUV4MPEG2 W4 H3 F60000:1001 Ip Cmono"},
 };
 
 struct Contract : StreamDir, testing::WithParamInterface<Input> {};
@@ -114,7 +122,13 @@ TEST_P(Contract, ReaderAndWriterMatchImportAndExport) {
             ASSERT_EQ(out.Write(img, static_cast<int>(k)), 18);
         }
     }
+    // Given nothing, export derives the rate from the record's float (halved again for
+    // fields) and writes the top field first.
     exp.input = Path("gme");
+    exp.output = Path("derived.y4m");
+    ASSERT_EQ(vidstool::RunExport(exp), 0);
+    const std::string derived = Read("derived.y4m");
+    EXPECT_EQ(derived.substr(0, derived.find('\n')), in.derived);
     exp.output = Path("export.y4m");
     ASSERT_TRUE(y4m::ParseRate(in.rate, &exp.rate));
     exp.rateGiven = true;
@@ -132,6 +146,7 @@ TEST_P(Contract, ReaderAndWriterMatchImportAndExport) {
     const std::string written = Read("written.y4m"), exported = Read("export.y4m");
     EXPECT_EQ(written.substr(0, written.find('\n')), exported.substr(0, exported.find('\n')));
     EXPECT_TRUE(written == exported) << "frames differ";
+    EXPECT_EQ(derived.size() - derived.find('\n'), exported.size() - exported.find('\n'));
 }
 
 INSTANTIATE_TEST_SUITE_P(Inputs, Contract, testing::ValuesIn(kInputs),

@@ -20,20 +20,6 @@ using SequenceIo = StreamDir;
 
 LumaStream Mono(int w, int h, FieldOrder o) { return LumaStream{w, h, Rational{25, 1}, o}; }
 
-// Run in a child: two 4 x 2 frames under a file-size limit of `bytes`; prints the
-// second frame's failure and exits with 3 when only that frame failed.
-void TwoFramesUnderLimit(const std::string& path, rlim_t bytes) {
-    const rlimit limit = {bytes, bytes};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::string error;
-    const std::vector<std::uint8_t> luma(8, 100);
-    std::unique_ptr<SequenceWriter> f = SequenceWriter::Open(path, Mono(4, 2, FieldOrder::kProgressive), &error);
-    const bool first = f && f->WriteLuma(luma.data(), &error);
-    if (first && !f->WriteLuma(luma.data(), &error))
-        std::fprintf(stderr, "%s\n", error.c_str());
-    std::exit(first ? 3 : 4);
-}
-
 }  // namespace
 
 TEST_F(SequenceIo, ReaderRefusesWhatImportRefuses) {
@@ -115,7 +101,18 @@ TEST_F(SequenceIo, WriterReportsEveryFailedWrite) {
     EXPECT_FALSE(w->Close(&error));
     EXPECT_EQ(error, "frame 0 could not be written: Broken pipe");
 
-    // The header (31 bytes) and one frame (14) fit under the limit, the second does not.
-    EXPECT_EXIT(TwoFramesUnderLimit(Path("limit.y4m"), 50), testing::ExitedWithCode(3),
-                "^frame 1 could not be written: File too large\n$");
+    // The header (31 bytes) and one frame (14) fit under the limit, the second does not:
+    // the child prints that frame's failure and exits with 3 when only it failed.
+    EXPECT_EXIT(
+        {
+            rlimit limit;
+            limit.rlim_cur = limit.rlim_max = 50;
+            setrlimit(RLIMIT_FSIZE, &limit);
+            auto f = SequenceWriter::Open(Path("limit.y4m"), Mono(4, 2, FieldOrder::kProgressive), &error);
+            const bool first = f && f->WriteLuma(luma.data(), &error);
+            if (first && !f->WriteLuma(luma.data(), &error))
+                std::fprintf(stderr, "%s\n", error.c_str());
+            std::exit(first ? 3 : 4);
+        },
+        testing::ExitedWithCode(3), "^frame 1 could not be written: File too large\n$");
 }

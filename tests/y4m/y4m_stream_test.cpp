@@ -6,7 +6,8 @@
 #include <sstream>
 #include <vector>
 
-#include "image/BaseImage.h"
+#include "image/VidsFile.h"
+#include "image/YUVImage.h"
 #include "y4m/FieldLayout.h"
 #include "y4m/RawReader.h"
 #include "y4m/Rational.h"
@@ -122,10 +123,14 @@ TEST(Y4mStream, ReportsWhereAStreamBreaks) {
     EXPECT_EQ(error, "frame 0 is truncated (2 of 805306368 bytes)");
     EXPECT_LE(f.plane[0].capacity() + f.plane[1].capacity() + f.plane[2].capacity(), size_t{1} << 20);
 
-    for (const auto& head : {std::string(""), std::string("YUV4MPEG2 W4 H2"), std::string("\x00\x01rawdata", 9)}) {
-        std::istringstream in(head);
-        std::string error;
-        EXPECT_FALSE(Y4mReader::Open(in, &error));
+    const struct { std::string head; const char* error; } heads[] = {
+        {"", "the input is empty"},
+        {"YUV4MPEG2 W4 H2", "the YUV4MPEG2 header is truncated"},
+        {std::string("\x00\x01rawdata", 9), "not a YUV4MPEG2 stream"}};
+    for (const auto& h : heads) {
+        std::istringstream in(h.head);
+        EXPECT_FALSE(Y4mReader::Open(in, &error)) << h.error;
+        EXPECT_EQ(error, h.error);
     }
 }
 
@@ -146,51 +151,22 @@ TEST(RawStream, NeedsWholeFramesAndNoSignature) {
     EXPECT_EQ(error, "this is a YUV4MPEG2 stream, not raw video; leave out --size and --format");
 }
 
-namespace {
-
-// A picture whose planes have any sizes, as the time samples of a vids sequence have.
-class FieldImage : public ormel::BaseImage {
-public:
-    FieldImage(int w0, int h0, int w1, int h1) {
-        const int w[3] = {w0, w1, w1}, h[3] = {h0, h1, h1};
-        for (int c = 0; c < 3; ++c) {
-            width[c] = w[c];
-            height[c] = h[c];
-            store[c].assign(static_cast<size_t>(w[c]) * h[c], 0);
-        }
-        y_data = store[0].data();
-        u_data = store[1].data();
-        v_data = store[2].data();
-        cformat = ormel::YUV420;
-    }
-    unsigned int GetPixel(ormel::CompType c, int i, int j) const override {
-        return store[c][static_cast<size_t>(width[c]) * j + i];
-    }
-    unsigned char* GetPixelAddr(ormel::CompType c, int i, int j) override {
-        return &store[c][static_cast<size_t>(width[c]) * j + i];
-    }
-    int Width(ormel::CompType c) const override { return width[c]; }
-    int Height(ormel::CompType c) const override { return height[c]; }
-    ormel::ChromaFormat CFormat() const override { return cformat; }
-    unsigned char* GetArray(ormel::CompType c) override { return store[c].data(); }
-
-private:
-    std::vector<unsigned char> store[3];
-};
-
-}  // namespace
-
 // Time sample k of a top-field-first sequence holds the lines of parity k % 2, of a
 // bottom-field-first one parity (k + 1) % 2, chroma by chroma row; a field of an odd
 // number of rows ends with a copy of the frame's last row. Weaving gives the frame back.
 TEST(Fields, SplitByParityAndWeaveBack) {
     for (int h : {8, 6, 5, 2, 1}) {
+        ormel::VidsFile fields;
+        fields.SetWidth(6);
+        fields.SetHeight(h);
+        fields.SetSamplingMatrices(ormel::YUV420, true);
         for (FieldOrder o : {FieldOrder::kTopFirst, FieldOrder::kBottomFirst}) {
             const Frame frame = StreamDir::Pattern(ormel::YUV420, 6, h, 3);
-            const int chromaRows = (h + 1) / 2;
             Frame woven(ormel::YUV420, 6, h);
             for (int field = 0; field < 2; ++field) {
-                FieldImage sample(6, (h + 1) / 2, 3, (chromaRows + 1) / 2);
+                ormel::YUVImage sample(fields);   // planes of a time sample, as import makes them
+                ASSERT_EQ(sample.Height(ormel::Y_COMP), (h + 1) / 2);
+                ASSERT_EQ(sample.Height(ormel::V_COMP), ((h + 1) / 2 + 1) / 2);
                 ASSERT_TRUE(FrameToSample(frame, o, field, sample));
                 const int parity = (field + (o == FieldOrder::kBottomFirst ? 1 : 0)) % 2;
                 for (int c = 0; c < 3; ++c) {
@@ -209,6 +185,6 @@ TEST(Fields, SplitByParityAndWeaveBack) {
             EXPECT_EQ(StreamDir::Planes(woven), StreamDir::Planes(frame)) << "h " << h;
         }
     }
-    FieldImage wrong(6, 3, 3, 3);
+    ormel::YUVImage wrong(ormel::YUV444, 6, 3);
     EXPECT_FALSE(FrameToSample(StreamDir::Pattern(ormel::YUV420, 6, 6, 0), FieldOrder::kTopFirst, 0, wrong));
 }
