@@ -11,6 +11,7 @@
 #include <iostream>
 
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "numeric/VectorUnit.h"
 #include "segmentation/BinImage.h"
 #include "segmentation/PlaneKernels.h"
 #include "segmentation/RegionalThreshold.h"
@@ -159,7 +160,7 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
         *err = 0;   // no whole block: nothing is marked and the mask is not written
         return;
     }
-    const segmentation::PlaneKernels& kernels = segmentation::Kernels();
+    const segmentation::PlaneKernels& kernels = segmentation::Kernels(numeric::BestVectorUnit());
 
     maskScratch.Fit(W, H);
     ormel::YUVImage& compImage = maskScratch.Compensated();
@@ -217,7 +218,7 @@ void BinGlobalMotionEstimator::MakeBlock(BinImage& binImage, BinImage& blockImag
         return;
     }
     maskScratch.blockSums.resize(static_cast<size_t>(wx) * wy);
-    segmentation::Kernels().BlockSums(ormel::ConstView(BinView(binImage)),
-                                      maskScratch.blockSums.data());
+    segmentation::Kernels(numeric::BestVectorUnit())
+        .BlockSums(ormel::ConstView(BinView(binImage)), maskScratch.blockSums.data());
     *err = FinishBlockMask(wx, wy, blockImage, maskScratch);
 }

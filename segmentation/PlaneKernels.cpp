@@ -4,9 +4,7 @@
 #include "segmentation/PlaneKernels.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <string>
+#include <vector>
 
 #if defined(__GNUC__)
 #define GME_INLINE inline __attribute__((always_inline))
@@ -14,7 +12,7 @@
 #define GME_INLINE inline
 #endif
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#if defined(__GNUC__) && defined(__x86_64__)
 #define GME_X86_PATHS 1
 #endif
 
@@ -301,42 +299,32 @@ GME_INLINE void BinaryBlockSumsBody(ConstPlaneView in, uint8_t threshold, uint8_
                                     uint8_t white, int* sums) {                               \
         BinaryBlockSumsBody(in, threshold, black, white, sums);                               \
     }                                                                                         \
-    const PlaneKernels kKernels{#path,      AbsDiffMean, ClippedMax,                          \
-                                Binarize,   BlockSums,   BinaryBlockSums};                    \
+    const PlaneKernels kKernels{AbsDiffMean, ClippedMax, Binarize, BlockSums, BinaryBlockSums};  \
     }
 
-GME_DEFINE_PATH(baseline, )
+GME_DEFINE_PATH(plain, )
 #ifdef GME_X86_PATHS
 GME_DEFINE_PATH(avx2, __attribute__((target("avx2"))))
-GME_DEFINE_PATH(avx512bw, __attribute__((target("avx512bw"))))
+GME_DEFINE_PATH(avx512, __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl"))))
 #endif
 
 #undef GME_DEFINE_PATH
 
 }  // namespace
 
-std::vector<const PlaneKernels*> AvailableKernels() {
-    std::vector<const PlaneKernels*> paths{&baseline::kKernels};
+const PlaneKernels& Kernels(numeric::VectorUnit unit) {
 #ifdef GME_X86_PATHS
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx2"))
-        paths.push_back(&avx2::kKernels);
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512bw"))
-        paths.push_back(&avx512bw::kKernels);
+    switch (unit) {
+    case numeric::VectorUnit::kPlain:
+        break;
+    case numeric::VectorUnit::kAvx2:
+        return avx2::kKernels;
+    case numeric::VectorUnit::kAvx512:
+        return avx512::kKernels;
+    }
 #endif
-    return paths;
-}
-
-const PlaneKernels& Kernels() {
-    static const PlaneKernels* const chosen = [] {
-        const std::vector<const PlaneKernels*> paths = AvailableKernels();
-        const char* wanted = std::getenv("GME_VECTOR_PATH");
-        for (const PlaneKernels* p : paths)
-            if (wanted && std::strcmp(wanted, p->name) == 0)
-                return p;
-        return paths.back();
-    }();
-    return *chosen;
+    (void)unit;
+    return plain::kKernels;
 }
 
 }  // namespace segmentation
