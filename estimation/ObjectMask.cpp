@@ -178,6 +178,19 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
     const int margin = kWindowSize / 2;
     const int below = kWindowSize - margin - 1;
     FillBorder(diff, margin, black, 0, H);
+    // The maxima take at most kClipLevel + 2 values (gain times a level up to the clip
+    // level, kept to 8 bits, and black): few enough to count two samples at a time.
+    static_assert(kClipLevel + 2 <= segmentation::PairHistogram::kMaxValues, "too many maxima");
+    bool isValue[256] = {};
+    for (unsigned int level = 0; level <= kClipLevel; ++level)
+        isValue[(kGain * level) & 255] = true;
+    isValue[black] = true;
+    unsigned char values[segmentation::PairHistogram::kMaxValues];
+    int valueCount = 0;
+    for (int v = 0; v < 256; ++v)
+        if (isValue[v])
+            values[valueCount++] = static_cast<unsigned char>(v);
+    maskScratch.regionPairs.Start(values, valueCount, segmentation::RegionalThreshold::kRegions);
     segmentation::RegionalThreshold regions(W, H);
     int maxRows = 0;
     for (int y = 0; y < H; y += kStripe) {
@@ -188,9 +201,11 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
         kernels.ClippedMax(ormel::ConstView(diff), kWindowSize, kClipLevel, kGain, comp, maxRows,
                            maxEnd);
         FillBorder(comp, margin, black, maxRows, maxEnd);
-        regions.AddRows(ormel::ConstView(comp), maxRows, maxEnd);
+        regions.AddRows(ormel::ConstView(comp), maxRows, maxEnd, maskScratch.regionPairs);
         maxRows = maxEnd;
     }
+
+    regions.TakePairs(maskScratch.regionPairs);
 
     // The adaptive threshold of a fresh thresholder replaces the regional one.
     const float TolvarStandardDeviation = 1.0f;

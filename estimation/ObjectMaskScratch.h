@@ -10,6 +10,7 @@
 
 #include "image/PlaneView.h"
 #include "image/YUVImage.h"
+#include "segmentation/PairHistogram.h"
 
 class ObjectMaskScratch {
 public:
@@ -37,6 +38,7 @@ public:
 
     std::vector<int> blockSums;    // of a binary picture, row of blocks after row of blocks
     std::vector<int> sortedSums;   // the same, partly ordered for the block threshold
+    segmentation::PairHistogram regionPairs;   // the region histograms of the maxima
 
 private:
     std::unique_ptr<ormel::YUVImage> compensated;

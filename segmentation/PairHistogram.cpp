@@ -1,0 +1,74 @@
+// PairHistogram: the look-up tables of the counters, counting by pairs, and the fold of the
+// pair counters back into per-value counts.
+#include "segmentation/PairHistogram.h"
+
+#include <algorithm>
+
+namespace segmentation {
+
+void PairHistogram::Start(const std::uint8_t* v, int valueCount, int histogramCount) {
+    const bool same = valueCount == values && std::equal(v, v + valueCount, value);
+    if (!same) {
+        values = valueCount;
+        pairs = values * (values + 1);
+        std::copy(v, v + valueCount, value);
+        // A value outside the set counts as values[0]: a miscount, as the header says.
+        int slot[256] = {};
+        for (int i = 0; i < values; ++i)
+            slot[v[i]] = i;
+        for (int a = 0; a < 256; ++a) {
+            firstPart[a] = static_cast<std::uint16_t>(slot[a] * (values + 1));
+            secondPart[a] = static_cast<std::uint8_t>(slot[a]);
+        }
+    }
+    if (!same || histogramCount != histograms) {
+        histograms = histogramCount;
+        counters.assign(static_cast<size_t>(histograms) * kLanes * pairs, 0);
+    }
+}
+
+// Pairs go to the four copies in turn, so that a run of equal pairs does not wait on its
+// own previous count.
+void PairHistogram::Add(int h, const std::uint8_t* p, long from, long to) {
+    std::uint32_t* c0 = &counters[static_cast<size_t>(h) * kLanes * pairs];
+    std::uint32_t* c1 = c0 + pairs;
+    std::uint32_t* c2 = c1 + pairs;
+    std::uint32_t* c3 = c2 + pairs;
+    const std::uint16_t* first = firstPart;
+    const std::uint8_t* second = secondPart;
+    long x = from;
+    for (; x + 8 <= to; x += 8) {
+        ++c0[first[p[x]] + second[p[x + 1]]];
+        ++c1[first[p[x + 2]] + second[p[x + 3]]];
+        ++c2[first[p[x + 4]] + second[p[x + 5]]];
+        ++c3[first[p[x + 6]] + second[p[x + 7]]];
+    }
+    for (; x + 2 <= to; x += 2)
+        ++c0[first[p[x]] + second[p[x + 1]]];
+    if (x < to)
+        ++c0[first[p[x]] + values];
+}
+
+void PairHistogram::Take(int h, std::uint32_t* counts) {
+    std::uint32_t* c = &counters[static_cast<size_t>(h) * kLanes * pairs];
+    // The copies added up, then each counter's count goes to both of its values: the
+    // first value's share as row totals, the second's as column totals.
+    std::uint32_t sum[kMaxValues * (kMaxValues + 1)];
+    for (int k = 0; k < pairs; ++k)
+        sum[k] = c[k] + c[pairs + k] + c[2 * pairs + k] + c[3 * pairs + k];
+    std::fill(c, c + kLanes * pairs, 0u);
+    std::uint32_t column[kMaxValues + 1] = {};
+    for (int i = 0; i < values; ++i) {
+        const std::uint32_t* row = sum + i * (values + 1);
+        std::uint32_t total = 0;
+        for (int j = 0; j <= values; ++j) {
+            total += row[j];
+            column[j] += row[j];
+        }
+        counts[value[i]] += total;
+    }
+    for (int j = 0; j < values; ++j)   // column `values`: lone samples, no second value
+        counts[value[j]] += column[j];
+}
+
+}  // namespace segmentation
