@@ -4,6 +4,7 @@
 #include "segmentation/PlaneKernels.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #if defined(__GNUC__)
@@ -57,6 +58,72 @@ struct Interior {
 // The window the estimator uses, for which the loops below are also compiled with the
 // window fixed: one fused pass per row piece instead of one per window row and column.
 constexpr int kFixedWindow = 5;
+
+// Rows at least kWholeStep output columns wide go in pieces of exactly kWholeSpan input
+// columns, a multiple of every vector width, so that every loop over a piece has a fixed
+// length and no scalar remainder. The last piece moves left to end at the interior's end
+// and computes some columns a second time, with the same values.
+constexpr int kWholeSpan = 256;
+constexpr int kWholeStep = kWholeSpan - (kFixedWindow - 1);
+
+// The first output column of the piece after the one at cx, or -1 after the last.
+GME_INLINE int NextWholePiece(int cx, int interiorEnd) {
+    if (cx == interiorEnd - kWholeStep)
+        return -1;
+    return std::min(cx + kWholeStep, interiorEnd - kWholeStep);
+}
+
+// Rows per band of AbsDiffMeanWhole: a band's rows stay in cache while its pieces go by.
+constexpr int kWholeBand = 32;
+
+// The fixed window's mean on whole pieces, a band of rows at a time, each piece down the
+// band: the column sums col of the window's rows slide down a row by adding the row that
+// enters and taking away the row that leaves (exact in 16 bits: each sum is below 65536);
+// five neighbours of col are summed and divided into o, of which the piece's columns are kept.
+GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView out,
+                                 const Interior& in) {
+    uint16_t col[kWholeSpan + kFixedWindow - 1] = {};   // the tail feeds dropped columns only
+    uint8_t o[kWholeSpan];
+    for (int band = in.y0; band < in.y1; band += kWholeBand) {
+        const int bandEnd = std::min(in.y1, band + kWholeBand);
+        for (int cx = in.x0; cx >= 0; cx = NextWholePiece(cx, in.x1)) {
+            const long first = cx - in.before;
+            for (int y = band; y < bandEnd; ++y) {
+                if (y == band) {
+                    const uint8_t* p[kFixedWindow];
+                    const uint8_t* q[kFixedWindow];
+                    for (int dy = 0; dy < kFixedWindow; ++dy) {
+                        p[dy] = a.Row(y - in.before + dy) + first;
+                        q[dy] = b.Row(y - in.before + dy) + first;
+                    }
+                    for (int i = 0; i < kWholeSpan; ++i) {
+                        uint16_t c = AbsDiff(p[0][i], q[0][i]);
+                        for (int dy = 1; dy < kFixedWindow; ++dy)
+                            c = static_cast<uint16_t>(c + AbsDiff(p[dy][i], q[dy][i]));
+                        col[i] = c;
+                    }
+                } else {
+                    const int enters = y - in.before + kFixedWindow - 1;
+                    const int leaves = y - in.before - 1;
+                    const uint8_t* pIn = a.Row(enters) + first;
+                    const uint8_t* qIn = b.Row(enters) + first;
+                    const uint8_t* pOut = a.Row(leaves) + first;
+                    const uint8_t* qOut = b.Row(leaves) + first;
+                    for (int i = 0; i < kWholeSpan; ++i)
+                        col[i] = static_cast<uint16_t>(col[i] + AbsDiff(pIn[i], qIn[i]) -
+                                                       AbsDiff(pOut[i], qOut[i]));
+                }
+                for (int i = 0; i < kWholeSpan; ++i) {
+                    uint16_t t = col[i];
+                    for (int dx = 1; dx < kFixedWindow; ++dx)
+                        t = static_cast<uint16_t>(t + col[i + dx]);
+                    o[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
+                }
+                std::memcpy(out.Row(y) + cx, o, kWholeStep);
+            }
+        }
+    }
+}
 
 // Window sums by row pieces of up to `span` input columns: the window's rows added into
 // col, the window's columns of col added up and divided. The window sum of an interior
@@ -128,7 +195,9 @@ GME_INLINE void AbsDiffMeanBody(ConstPlaneView a, ConstPlaneView b, int window, 
     const unsigned area = static_cast<unsigned>(window) * static_cast<unsigned>(window);
     if (window <= kShortWindow) {
         uint16_t col[kSpan], acc[kSpan];
-        if (window == kFixedWindow)
+        if (window == kFixedWindow && in.x1 - in.x0 >= kWholeStep)
+            AbsDiffMeanWhole(a, b, out, in);
+        else if (window == kFixedWindow)
             AbsDiffMeanRows<uint16_t, kFixedWindow>(a, b, window, out, in, Divide16(area), col,
                                                     acc, kSpan);
         else

@@ -91,7 +91,7 @@ TEST(Divide16, EqualsTheIntegerQuotientForEverySample) {
 // windows, a plane produced in stripes of uneven height, and nothing written outside the
 // interior of the rows asked for.
 TEST(PlaneKernels, WindowedKernelsMatchTheDefinitionsOnEveryPath) {
-    const struct { int w, h; } sizes[] = {{1, 1}, {2, 3}, {5, 5}, {37, 23}, {600, 9}, {1100, 7}};
+    const struct { int w, h; } sizes[] = {{1, 1}, {2, 3}, {5, 5}, {37, 23}, {600, 9}, {1100, 7}, {300, 75}};
     const struct { unsigned clip, gain; } settings[] = {{42, 6}, {200, 2}, {0, 9}, {300, 259}};
     std::mt19937 rng(7);
     for (const auto& s : sizes)
@@ -119,8 +119,12 @@ TEST(PlaneKernels, WindowedKernelsMatchTheDefinitionsOnEveryPath) {
                 k->ClippedMax(a.Const(), window, g.clip, g.gain, got.View(), r0, r1);
                 EXPECT_EQ(FirstMismatch(got, want), "") << "max, rows " << r0 << " to " << r1;
 
-                // The whole plane again, in stripes of 1 to 4 rows.
+                // The whole plane in one call, and again in stripes of 1 to 4 rows.
+                const std::vector<unsigned char> start = got.bytes;
                 ReferenceWindow(a, &b, window, 0, 0, want, 0, s.h);
+                k->AbsDiffMean(a.Const(), b.Const(), window, got.View(), 0, s.h);
+                EXPECT_EQ(FirstMismatch(got, want), "") << "mean, whole plane";
+                got.bytes = start;
                 for (int y = 0; y < s.h;) {
                     const int end = std::min(s.h, y + 1 + static_cast<int>(rng() % 4));
                     k->AbsDiffMean(a.Const(), b.Const(), window, got.View(), y, end);
