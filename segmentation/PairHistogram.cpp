@@ -3,6 +3,7 @@
 #include "segmentation/PairHistogram.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace segmentation {
 
@@ -20,6 +21,16 @@ void PairHistogram::Start(const std::uint8_t* v, int valueCount, int histogramCo
             firstPart[a] = static_cast<std::uint16_t>(slot[a] * (values + 1));
             secondPart[a] = static_cast<std::uint8_t>(slot[a]);
         }
+        // Keyed by two neighbouring samples read as one 16-bit number in this processor's
+        // byte order, as the 16-bit fields of Add's 64-bit reads are.
+        pairCounter.resize(65536);
+        for (int a = 0; a < 256; ++a)
+            for (int b = 0; b < 256; ++b) {
+                const std::uint8_t two[2] = {static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)};
+                std::uint16_t key;
+                std::memcpy(&key, two, sizeof key);
+                pairCounter[key] = static_cast<std::uint16_t>(firstPart[a] + secondPart[b]);
+            }
     }
     if (!same || histogramCount != histograms) {
         histograms = histogramCount;
@@ -27,8 +38,9 @@ void PairHistogram::Start(const std::uint8_t* v, int valueCount, int histogramCo
     }
 }
 
-// Pairs go to the four copies in turn, so that a run of equal pairs does not wait on its
-// own previous count.
+// Eight samples are read at once and their four pairs go to the four copies, so that a run
+// of equal pairs does not wait on its own previous count. (Which pair goes to which copy
+// depends on the byte order; the sums do not.)
 void PairHistogram::Add(int h, const std::uint8_t* p, long from, long to) {
     std::uint32_t* c0 = &counters[static_cast<size_t>(h) * kLanes * pairs];
     std::uint32_t* c1 = c0 + pairs;
@@ -36,12 +48,15 @@ void PairHistogram::Add(int h, const std::uint8_t* p, long from, long to) {
     std::uint32_t* c3 = c2 + pairs;
     const std::uint16_t* first = firstPart;
     const std::uint8_t* second = secondPart;
+    const std::uint16_t* pc = pairCounter.data();
     long x = from;
     for (; x + 8 <= to; x += 8) {
-        ++c0[first[p[x]] + second[p[x + 1]]];
-        ++c1[first[p[x + 2]] + second[p[x + 3]]];
-        ++c2[first[p[x + 4]] + second[p[x + 5]]];
-        ++c3[first[p[x + 6]] + second[p[x + 7]]];
+        std::uint64_t w;
+        std::memcpy(&w, p + x, 8);
+        ++c0[pc[w & 0xffff]];
+        ++c1[pc[(w >> 16) & 0xffff]];
+        ++c2[pc[(w >> 32) & 0xffff]];
+        ++c3[pc[w >> 48]];
     }
     for (; x + 2 <= to; x += 2)
         ++c0[first[p[x]] + second[p[x + 1]]];

@@ -38,6 +38,7 @@ private:
     std::uint8_t value[kMaxValues];
     std::uint16_t firstPart[256];            // sample a first: i * (values + 1)
     std::uint8_t secondPart[256];            // sample b second: j
+    std::vector<std::uint16_t> pairCounter;  // two samples as one 16-bit read -> counter
     std::vector<std::uint32_t> counters;     // [histogram][lane][counter]
 };
 
