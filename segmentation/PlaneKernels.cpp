@@ -88,6 +88,7 @@ GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView o
         const int bandEnd = std::min(in.y1, band + kWholeBand);
         for (int cx = in.x0; cx >= 0; cx = NextWholePiece(cx, in.x1)) {
             const long first = cx - in.before;
+            const bool whole = cx + kWholeSpan <= in.x1;
             for (int y = band; y < bandEnd; ++y) {
                 if (y == band) {
                     const uint8_t* p[kFixedWindow];
@@ -113,13 +114,17 @@ GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView o
                         col[i] = static_cast<uint16_t>(col[i] + AbsDiff(pIn[i], qIn[i]) -
                                                        AbsDiff(pOut[i], qOut[i]));
                 }
+                // A piece with the next one after it writes straight into the row: its last
+                // columns are wrong until the next piece writes them again.
+                uint8_t* const dst = whole ? out.Row(y) + cx : o;
                 for (int i = 0; i < kWholeSpan; ++i) {
                     uint16_t t = col[i];
                     for (int dx = 1; dx < kFixedWindow; ++dx)
                         t = static_cast<uint16_t>(t + col[i + dx]);
-                    o[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
+                    dst[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
                 }
-                std::memcpy(out.Row(y) + cx, o, kWholeStep);
+                if (!whole)
+                    std::memcpy(out.Row(y) + cx, o, kWholeStep);
             }
         }
     }
