@@ -76,13 +76,31 @@ GME_INLINE int NextWholePiece(int cx, int interiorEnd) {
 // Rows per band of AbsDiffMeanWhole: a band's rows stay in cache while its pieces go by.
 constexpr int kWholeBand = 32;
 
+// The means of one piece's row from its column sums: five neighbours summed and divided.
+// A piece with another after it writes straight into the row (its last columns are wrong
+// until the next piece writes them again); the last piece goes through o.
+GME_INLINE void WholeMeanRow(const uint16_t* __restrict col, bool whole, uint8_t* row,
+                             uint8_t* __restrict o) {
+    uint8_t* const dst = whole ? row : o;
+    for (int i = 0; i < kWholeSpan; ++i) {
+        uint16_t t = col[i];
+        for (int dx = 1; dx < kFixedWindow; ++dx)
+            t = static_cast<uint16_t>(t + col[i + dx]);
+        dst[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
+    }
+    if (!whole)
+        std::memcpy(row, o, kWholeStep);
+}
+
 // The fixed window's mean on whole pieces, a band of rows at a time, each piece down the
-// band: the column sums col of the window's rows slide down a row by adding the row that
-// enters and taking away the row that leaves (exact in 16 bits: each sum is below 65536);
-// five neighbours of col are summed and divided into o, of which the piece's columns are kept.
+// band: the column sums of the window's rows slide down a row by adding the row that
+// enters and taking away the row that leaves (exact in 16 bits: each sum is below 65536).
+// The sums of consecutive rows alternate between two buffers and a row's means are made
+// after the next row's sums, when the stores of its sums have long completed: reading
+// them back at once, shifted by one to four columns, would stall on the stores.
 GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView out,
                                  const Interior& in) {
-    uint16_t col[kWholeSpan + kFixedWindow - 1] = {};   // the tail feeds dropped columns only
+    uint16_t cols[2][kWholeSpan + kFixedWindow - 1] = {};   // the tails feed dropped columns only
     uint8_t o[kWholeSpan];
     for (int band = in.y0; band < in.y1; band += kWholeBand) {
         const int bandEnd = std::min(in.y1, band + kWholeBand);
@@ -90,6 +108,8 @@ GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView o
             const long first = cx - in.before;
             const bool whole = cx + kWholeSpan <= in.x1;
             for (int y = band; y < bandEnd; ++y) {
+                uint16_t* __restrict col = cols[(y - band) & 1];
+                const uint16_t* __restrict above = cols[(y - band + 1) & 1];
                 if (y == band) {
                     const uint8_t* p[kFixedWindow];
                     const uint8_t* q[kFixedWindow];
@@ -111,21 +131,12 @@ GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView o
                     const uint8_t* pOut = a.Row(leaves) + first;
                     const uint8_t* qOut = b.Row(leaves) + first;
                     for (int i = 0; i < kWholeSpan; ++i)
-                        col[i] = static_cast<uint16_t>(col[i] + AbsDiff(pIn[i], qIn[i]) -
+                        col[i] = static_cast<uint16_t>(above[i] + AbsDiff(pIn[i], qIn[i]) -
                                                        AbsDiff(pOut[i], qOut[i]));
+                    WholeMeanRow(above, whole, out.Row(y - 1) + cx, o);
                 }
-                // A piece with the next one after it writes straight into the row: its last
-                // columns are wrong until the next piece writes them again.
-                uint8_t* const dst = whole ? out.Row(y) + cx : o;
-                for (int i = 0; i < kWholeSpan; ++i) {
-                    uint16_t t = col[i];
-                    for (int dx = 1; dx < kFixedWindow; ++dx)
-                        t = static_cast<uint16_t>(t + col[i + dx]);
-                    dst[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
-                }
-                if (!whole)
-                    std::memcpy(out.Row(y) + cx, o, kWholeStep);
             }
+            WholeMeanRow(cols[(bandEnd - 1 - band) & 1], whole, out.Row(bandEnd - 1) + cx, o);
         }
     }
 }
