@@ -226,6 +226,51 @@ GME_INLINE void AbsDiffMeanBody(ConstPlaneView a, ConstPlaneView b, int window, 
     }
 }
 
+// The clipped maxima of one piece's row from its column maxima, written as WholeMeanRow
+// writes its means.
+GME_INLINE void WholeMaxRow(const uint8_t* __restrict vm, uint8_t clip, uint8_t gain, bool whole,
+                            uint8_t* row, uint8_t* __restrict o) {
+    uint8_t* const dst = whole ? row : o;
+    for (int i = 0; i < kWholeSpan; ++i) {
+        uint8_t v = vm[i];
+        for (int dx = 1; dx < kFixedWindow; ++dx)
+            v = Max(v, vm[i + dx]);
+        dst[i] = static_cast<uint8_t>(gain * Min(v, clip));
+    }
+    if (!whole)
+        std::memcpy(row, o, kWholeStep);
+}
+
+// The fixed window's clipped maxima on whole pieces, each piece down a band of rows, the
+// column maxima of consecutive rows in two buffers as in AbsDiffMeanWhole.
+GME_INLINE void ClippedMaxWhole(ConstPlaneView src, uint8_t clip, uint8_t gain, PlaneView out,
+                                const Interior& in) {
+    uint8_t vms[2][kWholeSpan + kFixedWindow - 1] = {};   // the tails feed dropped columns only
+    uint8_t o[kWholeSpan];
+    for (int band = in.y0; band < in.y1; band += kWholeBand) {
+        const int bandEnd = std::min(in.y1, band + kWholeBand);
+        for (int cx = in.x0; cx >= 0; cx = NextWholePiece(cx, in.x1)) {
+            const bool whole = cx + kWholeSpan <= in.x1;
+            for (int y = band; y < bandEnd; ++y) {
+                uint8_t* __restrict vm = vms[(y - band) & 1];
+                const uint8_t* p[kFixedWindow];
+                for (int dy = 0; dy < kFixedWindow; ++dy)
+                    p[dy] = src.Row(y - in.before + dy) + (cx - in.before);
+                for (int i = 0; i < kWholeSpan; ++i) {
+                    uint8_t v = p[0][i];
+                    for (int dy = 1; dy < kFixedWindow; ++dy)
+                        v = Max(v, p[dy][i]);
+                    vm[i] = v;
+                }
+                if (y > band)
+                    WholeMaxRow(vms[(y - band + 1) & 1], clip, gain, whole, out.Row(y - 1) + cx, o);
+            }
+            WholeMaxRow(vms[(bandEnd - 1 - band) & 1], clip, gain, whole, out.Row(bandEnd - 1) + cx,
+                        o);
+        }
+    }
+}
+
 // Window maxima by row pieces: the window's rows into vm, the window's columns of vm,
 // then clipped and scaled. kWindow as for the sums.
 template <int kWindow>
@@ -289,7 +334,9 @@ GME_INLINE void ClippedMaxBody(ConstPlaneView src, int window, unsigned int clip
     const uint8_t gain8 = static_cast<uint8_t>(gain);
     if (window - 1 < kSpan / 2) {
         uint8_t vm[kSpan], acc[kSpan];
-        if (window == kFixedWindow)
+        if (window == kFixedWindow && in.x1 - in.x0 >= kWholeStep)
+            ClippedMaxWhole(src, clip8, gain8, out, in);
+        else if (window == kFixedWindow)
             ClippedMaxRows<kFixedWindow>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
         else
             ClippedMaxRows<0>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
