@@ -185,6 +185,7 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
     for (unsigned int level = 0; level <= kClipLevel; ++level)
         isValue[(kGain * level) & 255] = true;
     isValue[black] = true;
+    // In increasing order: 0, the maxima of still background, comes first.
     unsigned char values[segmentation::PairHistogram::kMaxValues];
     int valueCount = 0;
     for (int v = 0; v < 256; ++v)

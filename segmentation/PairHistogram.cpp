@@ -40,7 +40,8 @@ void PairHistogram::Start(const std::uint8_t* v, int valueCount, int histogramCo
 
 // Eight samples are read at once and their four pairs go to the four copies, so that a run
 // of equal pairs does not wait on its own previous count. (Which pair goes to which copy
-// depends on the byte order; the sums do not.)
+// depends on the byte order; the sums do not.) Thirty-two samples that all equal values[0]
+// only add to a running count, which its counter takes at the end.
 void PairHistogram::Add(int h, const std::uint8_t* p, long from, long to) {
     std::uint32_t* c0 = &counters[static_cast<size_t>(h) * kLanes * pairs];
     std::uint32_t* c1 = c0 + pairs;
@@ -49,19 +50,40 @@ void PairHistogram::Add(int h, const std::uint8_t* p, long from, long to) {
     const std::uint16_t* first = firstPart;
     const std::uint8_t* second = secondPart;
     const std::uint16_t* pc = pairCounter.data();
-    long x = from;
-    for (; x + 8 <= to; x += 8) {
-        std::uint64_t w;
-        std::memcpy(&w, p + x, 8);
+    const std::uint64_t common = value[0] * 0x0101010101010101ull;
+    std::uint32_t commonPairs = 0;
+    auto addWord = [&](std::uint64_t w) {
         ++c0[pc[w & 0xffff]];
         ++c1[pc[(w >> 16) & 0xffff]];
         ++c2[pc[(w >> 32) & 0xffff]];
         ++c3[pc[w >> 48]];
+    };
+    long x = from;
+    for (; x + 32 <= to; x += 32) {
+        std::uint64_t w0, w1, w2, w3;
+        std::memcpy(&w0, p + x, 8);
+        std::memcpy(&w1, p + x + 8, 8);
+        std::memcpy(&w2, p + x + 16, 8);
+        std::memcpy(&w3, p + x + 24, 8);
+        if (((w0 ^ common) | (w1 ^ common) | (w2 ^ common) | (w3 ^ common)) == 0) {
+            commonPairs += 16;
+            continue;
+        }
+        addWord(w0);
+        addWord(w1);
+        addWord(w2);
+        addWord(w3);
+    }
+    for (; x + 8 <= to; x += 8) {
+        std::uint64_t w;
+        std::memcpy(&w, p + x, 8);
+        addWord(w);
     }
     for (; x + 2 <= to; x += 2)
         ++c0[first[p[x]] + second[p[x + 1]]];
     if (x < to)
         ++c0[first[p[x]] + values];
+    c0[0] += commonPairs;   // counter 0: values[0] twice
 }
 
 void PairHistogram::Take(int h, std::uint32_t* counts) {

@@ -1,7 +1,8 @@
 // PairHistogram: several histograms of row pieces whose samples take one of a few known
 // values (at most kMaxValues), gathered two neighbouring samples at a time: a pair has
 // one counter of its own, which halves the counter updates of a plain histogram. A sample
-// outside the values given is the caller's error and is miscounted.
+// outside the values given is the caller's error and is miscounted. Long runs of the first
+// value go fastest: give the most common value first.
 // The tables are kept between uses, so that a caller that keeps the object allocates only
 // when the values or the number of histograms change.
 #ifndef SEGMENTATION_PAIRHISTOGRAM_H

@@ -1,6 +1,7 @@
-// PairHistogram against a plain histogram on row pieces of every parity, over value sets
-// from one value to the most it takes, used again after Take and after new values; and the
-// regional threshold gathered through it against the plain one.
+// PairHistogram against a plain histogram on row pieces of every parity with long runs of
+// the first value, over value sets from one value to the most it takes, used again after
+// Take and after new values; and the regional threshold gathered through it against the
+// plain one.
 #include "segmentation/PairHistogram.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +52,10 @@ TEST(PairHistogram, CountsEveryPieceAsAPlainHistogram) {
         pairs.Start(set.data(), static_cast<int>(set.size()), histograms);
 
         std::vector<std::vector<std::uint32_t>> want(histograms, std::vector<std::uint32_t>(256));
-        const std::vector<std::uint8_t> row = Samples(rng, set, 300);
+        std::vector<std::uint8_t> row = Samples(rng, set, 300);
+        // A long run of the first value, which is counted by the run.
+        const int runStart = static_cast<int>(rng() % 150);
+        std::fill(row.begin() + runStart, row.begin() + runStart + static_cast<int>(rng() % 150), set[0]);
         for (int piece = 0; piece < 30; ++piece) {
             const int h = static_cast<int>(rng() % histograms);
             const long from = static_cast<long>(rng() % 300);
