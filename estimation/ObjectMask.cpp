@@ -34,7 +34,6 @@ const unsigned int kHighBound = 200;
 const int kStripe = 32;
 
 const int kBlock = 8;
-const int kMarked = -1;
 // The block threshold is the sum at index trunc(blocks * 0.67) of the sorted sums, with
 // the factor one unit below the double nearest 0.67 (bits 0x3FE570A3D70A3D70): the index
 // is truncated, so the last bit matters.
@@ -60,55 +59,70 @@ void FillBorder(PlaneView p, int margin, unsigned char value, int rowBegin, int 
     }
 }
 
-// The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order), in
-// place: object blocks end as kMarked. Returns their number.
-int MarkBlocks(std::vector<int>& sum, std::vector<int>& sorted, int wx, int wy) {
-    auto at = [&](int j, int i) -> int& { return sum[static_cast<size_t>(j) * wx + i]; };
+// The states of a block in MarkBlocks.
+const unsigned char kAtOrBelow = 0;   // its sum is at or below the block threshold
+const unsigned char kAbove = 1;       // above it and not marked
+const unsigned char kObject = 2;      // marked: an object block
 
+// The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order): marks
+// gets each block's final state. Returns the number of object blocks.
+int MarkBlocks(const std::vector<int>& sum, ObjectMaskScratch& scratch, int wx, int wy) {
     // The value at the index in ascending order: a partial sort finds the same value.
+    std::vector<int>& sorted = scratch.sortedSums;
     sorted.assign(sum.begin(), sum.end());
     const size_t k = static_cast<size_t>(wy * (wx * kBlockQuantile));
     std::nth_element(sorted.begin(), sorted.begin() + static_cast<long>(k), sorted.end());
     const int thresh = sorted[k];
 
-    // Interior blocks with more than four of their 3 x 3 neighbourhood above the
-    // threshold. Marks are written in place, so a block marked earlier in the scan no
-    // longer counts as above the threshold for the blocks after it.
-    for (int j = 1; j < wy - 1; ++j)
-        for (int i = 1; i < wx - 1; ++i) {
-            if (at(j, i) <= thresh)
-                continue;
-            int count = 0;
-            for (int dj = -1; dj <= 1; ++dj)
-                for (int di = -1; di <= 1; ++di)
-                    count += at(j + dj, i + di) > thresh;
-            if (count > 4)
-                at(j, i) = kMarked;
-        }
-    // Interior blocks above the threshold next to a marked block; marks spread in scan order.
-    for (int j = 1; j < wy - 1; ++j)
-        for (int i = 1; i < wx - 1; ++i) {
-            if (at(j, i) == kMarked || at(j, i) <= thresh)
-                continue;
-            bool touches = false;
-            for (int dj = -1; dj <= 1; ++dj)
-                for (int di = -1; di <= 1; ++di)
-                    touches = touches || ((dj != 0 || di != 0) && at(j + dj, i + di) == kMarked);
-            if (touches)
-                at(j, i) = kMarked;
-        }
+    std::vector<unsigned char>& marks = scratch.blockMarks;
+    marks.resize(sum.size());
+    for (size_t b = 0; b < sum.size(); ++b)
+        marks[b] = sum[b] > thresh ? kAbove : kAtOrBelow;
+    std::vector<int>& column = scratch.blockColumns;
+    column.resize(static_cast<size_t>(wx));
+    auto row = [&](int j) { return &marks[static_cast<size_t>(j) * wx]; };
+
+    // Interior blocks with more than four of their 3 x 3 neighbourhood above the threshold,
+    // in scan order. A block marked earlier no longer counts as above the threshold for the
+    // blocks after it: the counts of a row's columns over three rows of blocks lose it.
+    for (int j = 1; j < wy - 1; ++j) {
+        const unsigned char* up = row(j - 1);
+        unsigned char* mid = row(j);
+        const unsigned char* down = row(j + 1);
+        for (int i = 0; i < wx; ++i)
+            column[i] = (up[i] == kAbove) + (mid[i] == kAbove) + (down[i] == kAbove);
+        for (int i = 1; i < wx - 1; ++i)
+            if (mid[i] == kAbove && column[i - 1] + column[i] + column[i + 1] > 4) {
+                mid[i] = kObject;
+                --column[i];
+            }
+    }
+    // Interior blocks above the threshold next to a marked block; marks spread in scan
+    // order, so a block marked just before counts for the blocks after it.
+    for (int j = 1; j < wy - 1; ++j) {
+        const unsigned char* up = row(j - 1);
+        unsigned char* mid = row(j);
+        const unsigned char* down = row(j + 1);
+        for (int i = 0; i < wx; ++i)
+            column[i] = (up[i] == kObject) | (mid[i] == kObject) | (down[i] == kObject);
+        for (int i = 1; i < wx - 1; ++i)
+            if (mid[i] == kAbove && (column[i - 1] | column[i] | column[i + 1])) {
+                mid[i] = kObject;
+                column[i] = 1;
+            }
+    }
     // Border blocks above the threshold, without a neighbourhood test.
     for (int j = 0; j < wy; ++j)
         for (int i = 0; i < wx; ++i)
-            if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && at(j, i) > thresh)
-                at(j, i) = kMarked;
+            if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && row(j)[i] == kAbove)
+                row(j)[i] = kObject;
 
-    return static_cast<int>(std::count(sum.begin(), sum.end(), kMarked));
+    return static_cast<int>(std::count(marks.begin(), marks.end(), kObject));
 }
 
 // Paints every pixel of the wx x wy whole blocks: 255 for a marked block, 0 otherwise.
 // The pixels beyond the last whole block keep their values.
-void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockImage) {
+void PaintBlocks(const std::vector<unsigned char>& marks, int wx, int wy, BinImage& blockImage) {
     const bool direct = blockImage.GetBlackLevel() == 0 && blockImage.GetWhiteLevel() >= 255 &&
                         blockImage.Width() >= wx * kBlock && blockImage.Height() >= wy * kBlock;
     if (!direct) {
@@ -116,7 +130,7 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
         // for every pixel.
         for (int j = 0; j < wy; ++j)
             for (int i = 0; i < wx; ++i) {
-                const unsigned char value = sum[static_cast<size_t>(j) * wx + i] == kMarked ? 255 : 0;
+                const unsigned char value = marks[static_cast<size_t>(j) * wx + i] == kObject ? 255 : 0;
                 for (int r = 0; r < kBlock; ++r)
                     for (int c = 0; c < kBlock; ++c)
                         blockImage.SetPixel(i * kBlock + c, j * kBlock + r, value);
@@ -125,11 +139,11 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
     }
     const PlaneView out = BinView(blockImage);
     for (int j = 0; j < wy; ++j) {
-        const int* s = &sum[static_cast<size_t>(j) * wx];
+        const unsigned char* s = &marks[static_cast<size_t>(j) * wx];
         unsigned char* first = out.Row(j * kBlock);
         static_assert(kBlock == sizeof(std::uint64_t), "a block row is one 64-bit store");
         for (int i = 0; i < wx; ++i) {   // one 8-byte store per block, no call
-            const std::uint64_t eight = s[i] == kMarked ? ~std::uint64_t{0} : 0;
+            const std::uint64_t eight = s[i] == kObject ? ~std::uint64_t{0} : 0;
             std::memcpy(first + i * kBlock, &eight, kBlock);
         }
         for (int r = 1; r < kBlock; ++r)
@@ -140,8 +154,8 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
 // The rest of MakeBlock once scratch.blockSums holds the wx x wy block sums: marks and
 // paint. Returns the marked count.
 int FinishBlockMask(int wx, int wy, BinImage& blockImage, ObjectMaskScratch& scratch) {
-    const int marked = MarkBlocks(scratch.blockSums, scratch.sortedSums, wx, wy);
-    PaintBlocks(scratch.blockSums, wx, wy, blockImage);
+    const int marked = MarkBlocks(scratch.blockSums, scratch, wx, wy);
+    PaintBlocks(scratch.blockMarks, wx, wy, blockImage);
     return marked;
 }
 
