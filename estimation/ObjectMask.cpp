@@ -7,6 +7,7 @@
 // TolvarThrshold and a Binarization compute for it, on plane views held in the
 // estimator's scratch instead of the objects' own buffers.
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
@@ -64,15 +65,33 @@ const unsigned char kAtOrBelow = 0;   // its sum is at or below the block thresh
 const unsigned char kAbove = 1;       // above it and not marked
 const unsigned char kObject = 2;      // marked: an object block
 
+// The value at index k of v in ascending order, for values in 0 .. 65535 (a sum of 8 x 8
+// bytes is at most 16320): a count of the high bytes finds the high byte of the value, a
+// count of the low bytes of the values with that high byte finds the rest.
+int KthSmallest(const std::vector<int>& v, size_t k) {
+    size_t count[256] = {};
+    for (int x : v) {
+        assert(x >= 0 && x < 65536);
+        ++count[x >> 8];
+    }
+    int high = 0;
+    while (k >= count[high])
+        k -= count[high++];
+    std::fill(count, count + 256, 0);
+    for (int x : v)
+        if ((x >> 8) == high)
+            ++count[x & 255];
+    int low = 0;
+    while (k >= count[low])
+        k -= count[low++];
+    return high << 8 | low;
+}
+
 // The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order): marks
 // gets each block's final state. Returns the number of object blocks.
 int MarkBlocks(const std::vector<int>& sum, ObjectMaskScratch& scratch, int wx, int wy) {
-    // The value at the index in ascending order: a partial sort finds the same value.
-    std::vector<int>& sorted = scratch.sortedSums;
-    sorted.assign(sum.begin(), sum.end());
     const size_t k = static_cast<size_t>(wy * (wx * kBlockQuantile));
-    std::nth_element(sorted.begin(), sorted.begin() + static_cast<long>(k), sorted.end());
-    const int thresh = sorted[k];
+    const int thresh = KthSmallest(sum, k);
 
     std::vector<unsigned char>& marks = scratch.blockMarks;
     marks.resize(sum.size());

@@ -140,9 +140,11 @@ TEST_F(MakeBlock, MarksAsThePlainMarkingOnRandomPictures) {
                     near = near || (std::abs(c.first - i) <= reach && std::abs(c.second - j) <= reach);
                 const int level = near ? 20 + static_cast<int>(rng() % 45) : static_cast<int>(rng() % 25);
                 for (int n = 0; n < 64; ++n) {
+                    // Mostly 0 and 255, with some grey: sums of every size, many of them equal.
                     const bool white = static_cast<int>(rng() % 64) < level;
-                    pic.SetPixel(8 * i + n % 8, 8 * j + n / 8, white ? 255 : 0);
-                    sums[static_cast<size_t>(j) * wx + i] += white ? 255 : 0;
+                    const int v = white ? 255 : rng() % 4 == 0 ? static_cast<int>(rng() % 60) : 0;
+                    pic.SetPixel(8 * i + n % 8, 8 * j + n / 8, static_cast<unsigned char>(v));
+                    sums[static_cast<size_t>(j) * wx + i] += v;
                 }
             }
         std::vector<bool> object;
