@@ -78,9 +78,8 @@ int KthSmallest(const std::vector<int>& v, size_t k) {
     while (k >= count[high])
         k -= count[high++];
     std::fill(count, count + 256, 0);
-    for (int x : v)
-        if ((x >> 8) == high)
-            ++count[x & 255];
+    for (int x : v)   // without a branch, which the sums would mispredict
+        count[x & 255] += (x >> 8) == high;
     int low = 0;
     while (k >= count[low])
         k -= count[low++];
