@@ -67,22 +67,36 @@ const unsigned char kObject = 2;      // marked: an object block
 
 // The value at index k of v in ascending order, for values in 0 .. 65535 (a sum of 8 x 8
 // bytes is at most 16320): a count of the high bytes finds the high byte of the value, a
-// count of the low bytes of the values with that high byte finds the rest.
+// count of the low bytes of the values with that high byte finds the rest. Each count goes
+// to four tables in turn, so that a run of equal values (empty blocks) does not wait on
+// its own previous count.
 int KthSmallest(const std::vector<int>& v, size_t k) {
-    size_t count[256] = {};
-    for (int x : v) {
-        assert(x >= 0 && x < 65536);
-        ++count[x >> 8];
-    }
+    const size_t n = v.size();
+    size_t count[4][256] = {};
+    size_t b = 0;
+    for (; b + 4 <= n; b += 4)
+        for (int lane = 0; lane < 4; ++lane) {
+            assert(v[b + lane] >= 0 && v[b + lane] < 65536);
+            ++count[lane][v[b + lane] >> 8];
+        }
+    for (; b < n; ++b)
+        ++count[0][v[b] >> 8];
     int high = 0;
-    while (k >= count[high])
-        k -= count[high++];
-    std::fill(count, count + 256, 0);
-    for (int x : v)   // without a branch, which the sums would mispredict
-        count[x & 255] += (x >> 8) == high;
+    while (k >= count[0][high] + count[1][high] + count[2][high] + count[3][high]) {
+        k -= count[0][high] + count[1][high] + count[2][high] + count[3][high];
+        ++high;
+    }
+    std::fill(&count[0][0], &count[0][0] + 4 * 256, 0);
+    for (b = 0; b + 4 <= n; b += 4)   // without a branch, which the sums would mispredict
+        for (int lane = 0; lane < 4; ++lane)
+            count[lane][v[b + lane] & 255] += (v[b + lane] >> 8) == high;
+    for (; b < n; ++b)
+        count[0][v[b] & 255] += (v[b] >> 8) == high;
     int low = 0;
-    while (k >= count[low])
-        k -= count[low++];
+    while (k >= count[0][low] + count[1][low] + count[2][low] + count[3][low]) {
+        k -= count[0][low] + count[1][low] + count[2][low] + count[3][low];
+        ++low;
+    }
     return high << 8 | low;
 }
 
@@ -96,24 +110,24 @@ int MarkBlocks(const std::vector<int>& sum, ObjectMaskScratch& scratch, int wx, 
     marks.resize(sum.size());
     for (size_t b = 0; b < sum.size(); ++b)
         marks[b] = sum[b] > thresh ? kAbove : kAtOrBelow;
-    std::vector<int>& column = scratch.blockColumns;
-    column.resize(static_cast<size_t>(wx));
     auto row = [&](int j) { return &marks[static_cast<size_t>(j) * wx]; };
 
     // Interior blocks with more than four of their 3 x 3 neighbourhood above the threshold,
     // in scan order. A block marked earlier no longer counts as above the threshold for the
-    // blocks after it: the counts of a row's columns over three rows of blocks lose it.
+    // blocks after it. Most blocks are not above it and cost one test.
     for (int j = 1; j < wy - 1; ++j) {
         const unsigned char* up = row(j - 1);
         unsigned char* mid = row(j);
         const unsigned char* down = row(j + 1);
-        for (int i = 0; i < wx; ++i)
-            column[i] = (up[i] == kAbove) + (mid[i] == kAbove) + (down[i] == kAbove);
-        for (int i = 1; i < wx - 1; ++i)
-            if (mid[i] == kAbove && column[i - 1] + column[i] + column[i + 1] > 4) {
+        for (int i = 1; i < wx - 1; ++i) {
+            if (mid[i] != kAbove)
+                continue;
+            int count = 0;
+            for (int di = -1; di <= 1; ++di)
+                count += (up[i + di] == kAbove) + (mid[i + di] == kAbove) + (down[i + di] == kAbove);
+            if (count > 4)
                 mid[i] = kObject;
-                --column[i];
-            }
+        }
     }
     // Interior blocks above the threshold next to a marked block; marks spread in scan
     // order, so a block marked just before counts for the blocks after it.
@@ -121,13 +135,15 @@ int MarkBlocks(const std::vector<int>& sum, ObjectMaskScratch& scratch, int wx, 
         const unsigned char* up = row(j - 1);
         unsigned char* mid = row(j);
         const unsigned char* down = row(j + 1);
-        for (int i = 0; i < wx; ++i)
-            column[i] = (up[i] == kObject) | (mid[i] == kObject) | (down[i] == kObject);
-        for (int i = 1; i < wx - 1; ++i)
-            if (mid[i] == kAbove && (column[i - 1] | column[i] | column[i + 1])) {
+        for (int i = 1; i < wx - 1; ++i) {
+            if (mid[i] != kAbove)
+                continue;
+            bool touches = mid[i - 1] == kObject || mid[i + 1] == kObject;
+            for (int di = -1; di <= 1; ++di)
+                touches = touches || up[i + di] == kObject || down[i + di] == kObject;
+            if (touches)
                 mid[i] = kObject;
-                column[i] = 1;
-            }
+        }
     }
     // Border blocks above the threshold, without a neighbourhood test.
     for (int j = 0; j < wy; ++j)

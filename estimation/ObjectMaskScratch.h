@@ -38,7 +38,6 @@ public:
 
     std::vector<int> blockSums;                // of a binary picture, row of blocks after row
     std::vector<unsigned char> blockMarks;     // the state of each block while it is marked
-    std::vector<int> blockColumns;             // per column of blocks, while a row is marked
     segmentation::PairHistogram regionPairs;   // the region histograms of the maxima
 
 private:
