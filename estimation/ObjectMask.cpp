@@ -7,10 +7,13 @@
 // TolvarThrshold and a Binarization compute for it, on plane views held in the
 // estimator's scratch instead of the objects' own buffers.
 #include <algorithm>
+#include <cassert>
+#include <cstdint>
 #include <cstring>
 #include <iostream>
 
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "numeric/VectorUnit.h"
 #include "segmentation/BinImage.h"
 #include "segmentation/PlaneKernels.h"
 #include "segmentation/RegionalThreshold.h"
@@ -32,7 +35,6 @@ const unsigned int kHighBound = 200;
 const int kStripe = 32;
 
 const int kBlock = 8;
-const int kMarked = -1;
 // The block threshold is the sum at index trunc(blocks * 0.67) of the sorted sums, with
 // the factor one unit below the double nearest 0.67 (bits 0x3FE570A3D70A3D70): the index
 // is truncated, so the last bit matters.
@@ -58,55 +60,103 @@ void FillBorder(PlaneView p, int margin, unsigned char value, int rowBegin, int 
     }
 }
 
-// The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order), in
-// place: object blocks end as kMarked. Returns their number.
-int MarkBlocks(std::vector<int>& sum, std::vector<int>& sorted, int wx, int wy) {
-    auto at = [&](int j, int i) -> int& { return sum[static_cast<size_t>(j) * wx + i]; };
+// The states of a block in MarkBlocks.
+const unsigned char kAtOrBelow = 0;   // its sum is at or below the block threshold
+const unsigned char kAbove = 1;       // above it and not marked
+const unsigned char kObject = 2;      // marked: an object block
 
-    // The value at the index in ascending order: a partial sort finds the same value.
-    sorted.assign(sum.begin(), sum.end());
+// The value at index k of v in ascending order, for values in 0 .. 65535 (a sum of 8 x 8
+// bytes is at most 16320): a count of the high bytes finds the high byte of the value, a
+// count of the low bytes of the values with that high byte finds the rest. Each count goes
+// to four tables in turn, so that a run of equal values (empty blocks) does not wait on
+// its own previous count.
+int KthSmallest(const std::vector<int>& v, size_t k) {
+    const size_t n = v.size();
+    size_t count[4][256] = {};
+    size_t b = 0;
+    for (; b + 4 <= n; b += 4)
+        for (int lane = 0; lane < 4; ++lane) {
+            assert(v[b + lane] >= 0 && v[b + lane] < 65536);
+            ++count[lane][v[b + lane] >> 8];
+        }
+    for (; b < n; ++b)
+        ++count[0][v[b] >> 8];
+    int high = 0;
+    while (k >= count[0][high] + count[1][high] + count[2][high] + count[3][high]) {
+        k -= count[0][high] + count[1][high] + count[2][high] + count[3][high];
+        ++high;
+    }
+    std::fill(&count[0][0], &count[0][0] + 4 * 256, 0);
+    for (b = 0; b + 4 <= n; b += 4)   // without a branch, which the sums would mispredict
+        for (int lane = 0; lane < 4; ++lane)
+            count[lane][v[b + lane] & 255] += (v[b + lane] >> 8) == high;
+    for (; b < n; ++b)
+        count[0][v[b] & 255] += (v[b] >> 8) == high;
+    int low = 0;
+    while (k >= count[0][low] + count[1][low] + count[2][low] + count[3][low]) {
+        k -= count[0][low] + count[1][low] + count[2][low] + count[3][low];
+        ++low;
+    }
+    return high << 8 | low;
+}
+
+// The marking of MakeBlock on the block sums (wx x wy, rows of blocks in order): marks
+// gets each block's final state. Returns the number of object blocks.
+int MarkBlocks(const std::vector<int>& sum, ObjectMaskScratch& scratch, int wx, int wy) {
     const size_t k = static_cast<size_t>(wy * (wx * kBlockQuantile));
-    std::nth_element(sorted.begin(), sorted.begin() + static_cast<long>(k), sorted.end());
-    const int thresh = sorted[k];
+    const int thresh = KthSmallest(sum, k);
 
-    // Interior blocks with more than four of their 3 x 3 neighbourhood above the
-    // threshold. Marks are written in place, so a block marked earlier in the scan no
-    // longer counts as above the threshold for the blocks after it.
-    for (int j = 1; j < wy - 1; ++j)
+    std::vector<unsigned char>& marks = scratch.blockMarks;
+    marks.resize(sum.size());
+    for (size_t b = 0; b < sum.size(); ++b)
+        marks[b] = sum[b] > thresh ? kAbove : kAtOrBelow;
+    auto row = [&](int j) { return &marks[static_cast<size_t>(j) * wx]; };
+
+    // Interior blocks with more than four of their 3 x 3 neighbourhood above the threshold,
+    // in scan order. A block marked earlier no longer counts as above the threshold for the
+    // blocks after it. Most blocks are not above it and cost one test.
+    for (int j = 1; j < wy - 1; ++j) {
+        const unsigned char* up = row(j - 1);
+        unsigned char* mid = row(j);
+        const unsigned char* down = row(j + 1);
         for (int i = 1; i < wx - 1; ++i) {
-            if (at(j, i) <= thresh)
+            if (mid[i] != kAbove)
                 continue;
             int count = 0;
-            for (int dj = -1; dj <= 1; ++dj)
-                for (int di = -1; di <= 1; ++di)
-                    count += at(j + dj, i + di) > thresh;
+            for (int di = -1; di <= 1; ++di)
+                count += (up[i + di] == kAbove) + (mid[i + di] == kAbove) + (down[i + di] == kAbove);
             if (count > 4)
-                at(j, i) = kMarked;
+                mid[i] = kObject;
         }
-    // Interior blocks above the threshold next to a marked block; marks spread in scan order.
-    for (int j = 1; j < wy - 1; ++j)
+    }
+    // Interior blocks above the threshold next to a marked block; marks spread in scan
+    // order, so a block marked just before counts for the blocks after it.
+    for (int j = 1; j < wy - 1; ++j) {
+        const unsigned char* up = row(j - 1);
+        unsigned char* mid = row(j);
+        const unsigned char* down = row(j + 1);
         for (int i = 1; i < wx - 1; ++i) {
-            if (at(j, i) == kMarked || at(j, i) <= thresh)
+            if (mid[i] != kAbove)
                 continue;
-            bool touches = false;
-            for (int dj = -1; dj <= 1; ++dj)
-                for (int di = -1; di <= 1; ++di)
-                    touches = touches || ((dj != 0 || di != 0) && at(j + dj, i + di) == kMarked);
+            bool touches = mid[i - 1] == kObject || mid[i + 1] == kObject;
+            for (int di = -1; di <= 1; ++di)
+                touches = touches || up[i + di] == kObject || down[i + di] == kObject;
             if (touches)
-                at(j, i) = kMarked;
+                mid[i] = kObject;
         }
+    }
     // Border blocks above the threshold, without a neighbourhood test.
     for (int j = 0; j < wy; ++j)
         for (int i = 0; i < wx; ++i)
-            if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && at(j, i) > thresh)
-                at(j, i) = kMarked;
+            if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && row(j)[i] == kAbove)
+                row(j)[i] = kObject;
 
-    return static_cast<int>(std::count(sum.begin(), sum.end(), kMarked));
+    return static_cast<int>(std::count(marks.begin(), marks.end(), kObject));
 }
 
 // Paints every pixel of the wx x wy whole blocks: 255 for a marked block, 0 otherwise.
 // The pixels beyond the last whole block keep their values.
-void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockImage) {
+void PaintBlocks(const std::vector<unsigned char>& marks, int wx, int wy, BinImage& blockImage) {
     const bool direct = blockImage.GetBlackLevel() == 0 && blockImage.GetWhiteLevel() >= 255 &&
                         blockImage.Width() >= wx * kBlock && blockImage.Height() >= wy * kBlock;
     if (!direct) {
@@ -114,7 +164,7 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
         // for every pixel.
         for (int j = 0; j < wy; ++j)
             for (int i = 0; i < wx; ++i) {
-                const unsigned char value = sum[static_cast<size_t>(j) * wx + i] == kMarked ? 255 : 0;
+                const unsigned char value = marks[static_cast<size_t>(j) * wx + i] == kObject ? 255 : 0;
                 for (int r = 0; r < kBlock; ++r)
                     for (int c = 0; c < kBlock; ++c)
                         blockImage.SetPixel(i * kBlock + c, j * kBlock + r, value);
@@ -123,10 +173,13 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
     }
     const PlaneView out = BinView(blockImage);
     for (int j = 0; j < wy; ++j) {
-        const int* s = &sum[static_cast<size_t>(j) * wx];
+        const unsigned char* s = &marks[static_cast<size_t>(j) * wx];
         unsigned char* first = out.Row(j * kBlock);
-        for (int i = 0; i < wx; ++i)
-            std::memset(first + i * kBlock, s[i] == kMarked ? 255 : 0, kBlock);
+        static_assert(kBlock == sizeof(std::uint64_t), "a block row is one 64-bit store");
+        for (int i = 0; i < wx; ++i) {   // one 8-byte store per block, no call
+            const std::uint64_t eight = s[i] == kObject ? ~std::uint64_t{0} : 0;
+            std::memcpy(first + i * kBlock, &eight, kBlock);
+        }
         for (int r = 1; r < kBlock; ++r)
             std::memcpy(out.Row(j * kBlock + r), first, static_cast<size_t>(wx) * kBlock);
     }
@@ -135,8 +188,8 @@ void PaintBlocks(const std::vector<int>& sum, int wx, int wy, BinImage& blockIma
 // The rest of MakeBlock once scratch.blockSums holds the wx x wy block sums: marks and
 // paint. Returns the marked count.
 int FinishBlockMask(int wx, int wy, BinImage& blockImage, ObjectMaskScratch& scratch) {
-    const int marked = MarkBlocks(scratch.blockSums, scratch.sortedSums, wx, wy);
-    PaintBlocks(scratch.blockSums, wx, wy, blockImage);
+    const int marked = MarkBlocks(scratch.blockSums, scratch, wx, wy);
+    PaintBlocks(scratch.blockMarks, wx, wy, blockImage);
     return marked;
 }
 
@@ -159,7 +212,7 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
         *err = 0;   // no whole block: nothing is marked and the mask is not written
         return;
     }
-    const segmentation::PlaneKernels& kernels = segmentation::Kernels();
+    const segmentation::PlaneKernels& kernels = segmentation::Kernels(numeric::BestVectorUnit());
 
     maskScratch.Fit(W, H);
     ormel::YUVImage& compImage = maskScratch.Compensated();
@@ -177,6 +230,20 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
     const int margin = kWindowSize / 2;
     const int below = kWindowSize - margin - 1;
     FillBorder(diff, margin, black, 0, H);
+    // The maxima take at most kClipLevel + 2 values (gain times a level up to the clip
+    // level, kept to 8 bits, and black): few enough to count two samples at a time.
+    static_assert(kClipLevel + 2 <= segmentation::PairHistogram::kMaxValues, "too many maxima");
+    bool isValue[256] = {};
+    for (unsigned int level = 0; level <= kClipLevel; ++level)
+        isValue[(kGain * level) & 255] = true;
+    isValue[black] = true;
+    // In increasing order: 0, the maxima of still background, comes first.
+    unsigned char values[segmentation::PairHistogram::kMaxValues];
+    int valueCount = 0;
+    for (int v = 0; v < 256; ++v)
+        if (isValue[v])
+            values[valueCount++] = static_cast<unsigned char>(v);
+    maskScratch.regionPairs.Start(values, valueCount, segmentation::RegionalThreshold::kRegions);
     segmentation::RegionalThreshold regions(W, H);
     int maxRows = 0;
     for (int y = 0; y < H; y += kStripe) {
@@ -187,9 +254,11 @@ void BinGlobalMotionEstimator::Binary(ormel::YUVImage& current, ormel::YUVImage&
         kernels.ClippedMax(ormel::ConstView(diff), kWindowSize, kClipLevel, kGain, comp, maxRows,
                            maxEnd);
         FillBorder(comp, margin, black, maxRows, maxEnd);
-        regions.AddRows(ormel::ConstView(comp), maxRows, maxEnd);
+        regions.AddRows(ormel::ConstView(comp), maxRows, maxEnd, maskScratch.regionPairs);
         maxRows = maxEnd;
     }
+
+    regions.TakePairs(maskScratch.regionPairs);
 
     // The adaptive threshold of a fresh thresholder replaces the regional one.
     const float TolvarStandardDeviation = 1.0f;
@@ -217,7 +286,7 @@ void BinGlobalMotionEstimator::MakeBlock(BinImage& binImage, BinImage& blockImag
         return;
     }
     maskScratch.blockSums.resize(static_cast<size_t>(wx) * wy);
-    segmentation::Kernels().BlockSums(ormel::ConstView(BinView(binImage)),
-                                      maskScratch.blockSums.data());
+    segmentation::Kernels(numeric::BestVectorUnit())
+        .BlockSums(ormel::ConstView(BinView(binImage)), maskScratch.blockSums.data());
     *err = FinishBlockMask(wx, wy, blockImage, maskScratch);
 }

@@ -10,6 +10,7 @@
 
 #include "image/PlaneView.h"
 #include "image/YUVImage.h"
+#include "segmentation/PairHistogram.h"
 
 class ObjectMaskScratch {
 public:
@@ -27,16 +28,17 @@ public:
         height = h;
     }
 
-    // The previous frame warped (luminance only); Binary then turns it into the window
-    // maxima and at last into the binary picture, in place.
+    // The previous frame warped (luminance only); Binary then overwrites it with the window
+    // maxima, two rows behind the difference that reads it.
     ormel::YUVImage& Compensated() { return *compensated; }
     // The windowed mean absolute difference.
     ormel::PlaneView Difference() {
         return ormel::PlaneView{difference.data(), width, height, width};
     }
 
-    std::vector<int> blockSums;    // of a binary picture, row of blocks after row of blocks
-    std::vector<int> sortedSums;   // the same, partly ordered for the block threshold
+    std::vector<int> blockSums;                // of a binary picture, row of blocks after row
+    std::vector<unsigned char> blockMarks;     // the state of each block while it is marked
+    segmentation::PairHistogram regionPairs;   // the region histograms of the maxima
 
 private:
     std::unique_ptr<ormel::YUVImage> compensated;

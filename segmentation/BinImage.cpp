@@ -23,11 +23,13 @@ const char kAssignFailure[] =
 
 void Report(const char* message) { std::cout << message << std::endl; }
 
-// A zero-filled buffer of n bytes, or the end of the process with `failure`.
-unsigned char* NewBuffer(long long n, const char* failure) {
+// A buffer of n bytes, zero-filled unless the caller overwrites it all, or the end of the
+// process with `failure`.
+unsigned char* NewBuffer(long long n, const char* failure, bool zeroed = true) {
     unsigned char* p = nullptr;
     if (n >= 0 && n <= INT_MAX)
-        p = new (std::nothrow) unsigned char[static_cast<size_t>(n)]();
+        p = zeroed ? new (std::nothrow) unsigned char[static_cast<size_t>(n)]()
+                   : new (std::nothrow) unsigned char[static_cast<size_t>(n)];
     if (!p) {
         numeric::ThrowIfAsked("BinImage: out of memory for the image samples");
         Report(failure);
@@ -61,10 +63,12 @@ BinImage::BinImage(const BinImage& src)
     : ormel::BaseImage(src), blackLevel(src.blackLevel), whiteLevel(src.whiteLevel),
       verbosity(src.verbosity), cols(0), rows(0), size(0), isDifferenced(src.isDifferenced),
       isBinarized(src.isBinarized) {
-    Initialize();
+    Allocate(false);
     const int n = size < src.size ? size : src.size;
     if (n > 0)
         std::memcpy(y_data, src.y_data, static_cast<size_t>(n));
+    if (size > n)   // samples src does not have are zero
+        std::memset(y_data + n, 0, static_cast<size_t>(size - n));
 }
 
 BinImage::~BinImage() { ReleaseBuffers(); }
@@ -79,6 +83,23 @@ void BinImage::ReleaseBuffers() {
 BinImage& BinImage::operator=(const BinImage& src) {
     if (&src == this)
         return *this;
+    if (y_data && size == src.size && width[0] == src.width[0] && height[0] == src.height[0] &&
+        width[1] == src.width[1] && height[1] == src.height[1] && width[2] == src.width[2] &&
+        height[2] == src.height[2] && cformat == src.cformat) {
+        // The same geometry: the samples go into the buffer there is, and the image ends as
+        // the general way below leaves it (no chroma buffers).
+        delete[] u_data;
+        delete[] v_data;
+        u_data = v_data = nullptr;
+        blackLevel = src.blackLevel;
+        whiteLevel = src.whiteLevel;
+        verbosity = src.verbosity;
+        isDifferenced = src.isDifferenced;
+        isBinarized = src.isBinarized;
+        if (size > 0)
+            std::memcpy(y_data, src.y_data, static_cast<size_t>(size));
+        return *this;
+    }
     // Without buffers the base assignment takes src's geometry, which keeps the base
     // sizes (used by the inherited plane operations) in step with the new buffer.
     ReleaseBuffers();
@@ -91,22 +112,26 @@ BinImage& BinImage::operator=(const BinImage& src) {
     cols = src.cols;
     rows = src.rows;
     size = src.size;
-    y_data = NewBuffer(size, kAssignFailure);
+    y_data = NewBuffer(size, kAssignFailure, false);   // every sample is copied
     if (size > 0)
         std::memcpy(y_data, src.y_data, static_cast<size_t>(size));
     return *this;
 }
 
 int BinImage::Initialize() {
+    Allocate(true);
+    return 0;
+}
+
+void BinImage::Allocate(bool zeroed) {
     ReleaseBuffers();
     cols = width[0] >= 1 ? width[0] : 0;
     rows = height[0] >= 1 ? height[0] : 0;
     const long long n = static_cast<long long>(cols) * rows;
-    y_data = NewBuffer(n, kInitFailure);   // refuses a size beyond 32 bits, too
+    y_data = NewBuffer(n, kInitFailure, zeroed);   // refuses a size beyond 32 bits, too
     size = static_cast<int>(n);
     u_data = NewBuffer(1, kInitFailure);
     v_data = NewBuffer(1, kInitFailure);
-    return 0;
 }
 
 bool BinImage::Inside(int x, int y) const {

@@ -65,6 +65,9 @@ public:
 private:
     bool Inside(int x, int y) const;
     void ReleaseBuffers();
+    // Initialize's buffers; the luminance samples zero-filled or, for a caller that
+    // overwrites them all, left as they come.
+    void Allocate(bool zeroed);
 
     unsigned int blackLevel;
     unsigned int whiteLevel;

@@ -3,6 +3,7 @@
 
 #include <iostream>
 
+#include "numeric/VectorUnit.h"
 #include "segmentation/MethodBuffers.h"
 #include "segmentation/PlaneKernels.h"
 
@@ -53,8 +54,9 @@ int Binarization::Binarizer(ormel::YUVImage& source, BinImage& target,
     const long pixels = static_cast<long>(width) * height;
     const int n = static_cast<int>(pixels < size ? pixels : size);
     if (n > 0)
-        Kernels().Binarize(ConstMethodPlane(inBuffer, n, 1), threshold, blackLevel, whiteLevel,
-                           MethodPlane(outBuffer, n, 1));
+        Kernels(numeric::BestVectorUnit())
+            .Binarize(ConstMethodPlane(inBuffer, n, 1), threshold, blackLevel, whiteLevel,
+                      MethodPlane(outBuffer, n, 1));
     target.CopyRawDataFrom(outBuffer, size);
     target.SetisBinarized(true);
     return 0;

@@ -4,9 +4,8 @@
 #include "segmentation/PlaneKernels.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <string>
+#include <vector>
 
 #if defined(__GNUC__)
 #define GME_INLINE inline __attribute__((always_inline))
@@ -14,7 +13,7 @@
 #define GME_INLINE inline
 #endif
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#if defined(__GNUC__) && defined(__x86_64__)
 #define GME_X86_PATHS 1
 #endif
 
@@ -59,6 +58,88 @@ struct Interior {
 // The window the estimator uses, for which the loops below are also compiled with the
 // window fixed: one fused pass per row piece instead of one per window row and column.
 constexpr int kFixedWindow = 5;
+
+// Rows at least kWholeStep output columns wide go in pieces of exactly kWholeSpan input
+// columns, a multiple of every vector width, so that every loop over a piece has a fixed
+// length and no scalar remainder. The last piece moves left to end at the interior's end
+// and computes some columns a second time, with the same values.
+constexpr int kWholeSpan = 256;
+constexpr int kWholeStep = kWholeSpan - (kFixedWindow - 1);
+
+// The first output column of the piece after the one at cx, or -1 after the last.
+GME_INLINE int NextWholePiece(int cx, int interiorEnd) {
+    if (cx == interiorEnd - kWholeStep)
+        return -1;
+    return std::min(cx + kWholeStep, interiorEnd - kWholeStep);
+}
+
+// Rows per band of AbsDiffMeanWhole: a band's rows stay in cache while its pieces go by.
+constexpr int kWholeBand = 32;
+
+// The means of one piece's row from its column sums: five neighbours summed and divided.
+// A piece with another after it writes straight into the row (its last columns are wrong
+// until the next piece writes them again); the last piece goes through o.
+GME_INLINE void WholeMeanRow(const uint16_t* __restrict col, bool whole, uint8_t* row,
+                             uint8_t* __restrict o) {
+    uint8_t* const dst = whole ? row : o;
+    for (int i = 0; i < kWholeSpan; ++i) {
+        uint16_t t = col[i];
+        for (int dx = 1; dx < kFixedWindow; ++dx)
+            t = static_cast<uint16_t>(t + col[i + dx]);
+        dst[i] = static_cast<uint8_t>(t / (kFixedWindow * kFixedWindow));
+    }
+    if (!whole)
+        std::memcpy(row, o, kWholeStep);
+}
+
+// The fixed window's mean on whole pieces, a band of rows at a time, each piece down the
+// band: the column sums of the window's rows slide down a row by adding the row that
+// enters and taking away the row that leaves (exact in 16 bits: each sum is below 65536).
+// The sums of consecutive rows alternate between two buffers and a row's means are made
+// after the next row's sums, when the stores of its sums have long completed: reading
+// them back at once, shifted by one to four columns, would stall on the stores.
+GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView out,
+                                 const Interior& in) {
+    uint16_t cols[2][kWholeSpan + kFixedWindow - 1] = {};   // the tails feed dropped columns only
+    uint8_t o[kWholeSpan];
+    for (int band = in.y0; band < in.y1; band += kWholeBand) {
+        const int bandEnd = std::min(in.y1, band + kWholeBand);
+        for (int cx = in.x0; cx >= 0; cx = NextWholePiece(cx, in.x1)) {
+            const long first = cx - in.before;
+            const bool whole = cx + kWholeSpan <= in.x1;
+            for (int y = band; y < bandEnd; ++y) {
+                uint16_t* __restrict col = cols[(y - band) & 1];
+                const uint16_t* __restrict above = cols[(y - band + 1) & 1];
+                if (y == band) {
+                    const uint8_t* p[kFixedWindow];
+                    const uint8_t* q[kFixedWindow];
+                    for (int dy = 0; dy < kFixedWindow; ++dy) {
+                        p[dy] = a.Row(y - in.before + dy) + first;
+                        q[dy] = b.Row(y - in.before + dy) + first;
+                    }
+                    for (int i = 0; i < kWholeSpan; ++i) {
+                        uint16_t c = AbsDiff(p[0][i], q[0][i]);
+                        for (int dy = 1; dy < kFixedWindow; ++dy)
+                            c = static_cast<uint16_t>(c + AbsDiff(p[dy][i], q[dy][i]));
+                        col[i] = c;
+                    }
+                } else {
+                    const int enters = y - in.before + kFixedWindow - 1;
+                    const int leaves = y - in.before - 1;
+                    const uint8_t* pIn = a.Row(enters) + first;
+                    const uint8_t* qIn = b.Row(enters) + first;
+                    const uint8_t* pOut = a.Row(leaves) + first;
+                    const uint8_t* qOut = b.Row(leaves) + first;
+                    for (int i = 0; i < kWholeSpan; ++i)
+                        col[i] = static_cast<uint16_t>(above[i] + AbsDiff(pIn[i], qIn[i]) -
+                                                       AbsDiff(pOut[i], qOut[i]));
+                    WholeMeanRow(above, whole, out.Row(y - 1) + cx, o);
+                }
+            }
+            WholeMeanRow(cols[(bandEnd - 1 - band) & 1], whole, out.Row(bandEnd - 1) + cx, o);
+        }
+    }
+}
 
 // Window sums by row pieces of up to `span` input columns: the window's rows added into
 // col, the window's columns of col added up and divided. The window sum of an interior
@@ -130,7 +211,9 @@ GME_INLINE void AbsDiffMeanBody(ConstPlaneView a, ConstPlaneView b, int window, 
     const unsigned area = static_cast<unsigned>(window) * static_cast<unsigned>(window);
     if (window <= kShortWindow) {
         uint16_t col[kSpan], acc[kSpan];
-        if (window == kFixedWindow)
+        if (window == kFixedWindow && in.x1 - in.x0 >= kWholeStep)
+            AbsDiffMeanWhole(a, b, out, in);
+        else if (window == kFixedWindow)
             AbsDiffMeanRows<uint16_t, kFixedWindow>(a, b, window, out, in, Divide16(area), col,
                                                     acc, kSpan);
         else
@@ -140,6 +223,51 @@ GME_INLINE void AbsDiffMeanBody(ConstPlaneView a, ConstPlaneView b, int window, 
         std::vector<uint32_t> col(static_cast<size_t>(span)), acc(static_cast<size_t>(span));
         AbsDiffMeanRows<uint32_t, 0>(a, b, window, out, in, Divide32(area), col.data(),
                                      acc.data(), span);
+    }
+}
+
+// The clipped maxima of one piece's row from its column maxima, written as WholeMeanRow
+// writes its means.
+GME_INLINE void WholeMaxRow(const uint8_t* __restrict vm, uint8_t clip, uint8_t gain, bool whole,
+                            uint8_t* row, uint8_t* __restrict o) {
+    uint8_t* const dst = whole ? row : o;
+    for (int i = 0; i < kWholeSpan; ++i) {
+        uint8_t v = vm[i];
+        for (int dx = 1; dx < kFixedWindow; ++dx)
+            v = Max(v, vm[i + dx]);
+        dst[i] = static_cast<uint8_t>(gain * Min(v, clip));
+    }
+    if (!whole)
+        std::memcpy(row, o, kWholeStep);
+}
+
+// The fixed window's clipped maxima on whole pieces, each piece down a band of rows, the
+// column maxima of consecutive rows in two buffers as in AbsDiffMeanWhole.
+GME_INLINE void ClippedMaxWhole(ConstPlaneView src, uint8_t clip, uint8_t gain, PlaneView out,
+                                const Interior& in) {
+    uint8_t vms[2][kWholeSpan + kFixedWindow - 1] = {};   // the tails feed dropped columns only
+    uint8_t o[kWholeSpan];
+    for (int band = in.y0; band < in.y1; band += kWholeBand) {
+        const int bandEnd = std::min(in.y1, band + kWholeBand);
+        for (int cx = in.x0; cx >= 0; cx = NextWholePiece(cx, in.x1)) {
+            const bool whole = cx + kWholeSpan <= in.x1;
+            for (int y = band; y < bandEnd; ++y) {
+                uint8_t* __restrict vm = vms[(y - band) & 1];
+                const uint8_t* p[kFixedWindow];
+                for (int dy = 0; dy < kFixedWindow; ++dy)
+                    p[dy] = src.Row(y - in.before + dy) + (cx - in.before);
+                for (int i = 0; i < kWholeSpan; ++i) {
+                    uint8_t v = p[0][i];
+                    for (int dy = 1; dy < kFixedWindow; ++dy)
+                        v = Max(v, p[dy][i]);
+                    vm[i] = v;
+                }
+                if (y > band)
+                    WholeMaxRow(vms[(y - band + 1) & 1], clip, gain, whole, out.Row(y - 1) + cx, o);
+            }
+            WholeMaxRow(vms[(bandEnd - 1 - band) & 1], clip, gain, whole, out.Row(bandEnd - 1) + cx,
+                        o);
+        }
     }
 }
 
@@ -206,7 +334,9 @@ GME_INLINE void ClippedMaxBody(ConstPlaneView src, int window, unsigned int clip
     const uint8_t gain8 = static_cast<uint8_t>(gain);
     if (window - 1 < kSpan / 2) {
         uint8_t vm[kSpan], acc[kSpan];
-        if (window == kFixedWindow)
+        if (window == kFixedWindow && in.x1 - in.x0 >= kWholeStep)
+            ClippedMaxWhole(src, clip8, gain8, out, in);
+        else if (window == kFixedWindow)
             ClippedMaxRows<kFixedWindow>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
         else
             ClippedMaxRows<0>(src, window, clip8, gain8, out, in, vm, acc, kSpan);
@@ -301,42 +431,32 @@ GME_INLINE void BinaryBlockSumsBody(ConstPlaneView in, uint8_t threshold, uint8_
                                     uint8_t white, int* sums) {                               \
         BinaryBlockSumsBody(in, threshold, black, white, sums);                               \
     }                                                                                         \
-    const PlaneKernels kKernels{#path,      AbsDiffMean, ClippedMax,                          \
-                                Binarize,   BlockSums,   BinaryBlockSums};                    \
+    const PlaneKernels kKernels{AbsDiffMean, ClippedMax, Binarize, BlockSums, BinaryBlockSums};  \
     }
 
-GME_DEFINE_PATH(baseline, )
+GME_DEFINE_PATH(plain, )
 #ifdef GME_X86_PATHS
 GME_DEFINE_PATH(avx2, __attribute__((target("avx2"))))
-GME_DEFINE_PATH(avx512bw, __attribute__((target("avx512bw"))))
+GME_DEFINE_PATH(avx512, __attribute__((target("avx512f,avx512bw,avx512dq,avx512vl"))))
 #endif
 
 #undef GME_DEFINE_PATH
 
 }  // namespace
 
-std::vector<const PlaneKernels*> AvailableKernels() {
-    std::vector<const PlaneKernels*> paths{&baseline::kKernels};
+const PlaneKernels& Kernels(numeric::VectorUnit unit) {
 #ifdef GME_X86_PATHS
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx2"))
-        paths.push_back(&avx2::kKernels);
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512bw"))
-        paths.push_back(&avx512bw::kKernels);
+    switch (unit) {
+    case numeric::VectorUnit::kPlain:
+        break;
+    case numeric::VectorUnit::kAvx2:
+        return avx2::kKernels;
+    case numeric::VectorUnit::kAvx512:
+        return avx512::kKernels;
+    }
 #endif
-    return paths;
-}
-
-const PlaneKernels& Kernels() {
-    static const PlaneKernels* const chosen = [] {
-        const std::vector<const PlaneKernels*> paths = AvailableKernels();
-        const char* wanted = std::getenv("GME_VECTOR_PATH");
-        for (const PlaneKernels* p : paths)
-            if (wanted && std::strcmp(wanted, p->name) == 0)
-                return p;
-        return paths.back();
-    }();
-    return *chosen;
+    (void)unit;
+    return plain::kKernels;
 }
 
 }  // namespace segmentation

@@ -1,7 +1,7 @@
 // PlaneKernels: the per-pixel loops of motion detection and of the object mask, on plane
-// views, compiled once per instruction-set path: the x86-64 baseline (the only path on
-// other processors), AVX2 and AVX-512BW. Every path writes exactly the same bytes;
-// Kernels() hands out the widest one the running processor has.
+// views, compiled once per vector unit (numeric/VectorUnit.h): plain (the x86-64 baseline,
+// and the only path on other processors), AVX2 and AVX-512. Every path writes exactly the
+// same bytes; callers take Kernels(numeric::BestVectorUnit()).
 //
 // Windows follow TolvarMotionDetection: before = window / 2, after = window - before, and
 // the window of (x, y) covers offsets -before .. after - 1 in both directions. A windowed
@@ -12,15 +12,13 @@
 #define SEGMENTATION_PLANEKERNELS_H
 
 #include <cstdint>
-#include <vector>
 
 #include "image/PlaneView.h"
+#include "numeric/VectorUnit.h"
 
 namespace segmentation {
 
 struct PlaneKernels {
-    const char* name;   // "baseline", "avx2" or "avx512bw"
-
     // out = floor(sum of |a - b| over the window / window^2): the windowed mean absolute
     // difference. a, b and out have one size; window >= 1.
     void (*AbsDiffMean)(ormel::ConstPlaneView a, ormel::ConstPlaneView b, int window,
@@ -60,12 +58,9 @@ struct Divide16 {
     }
 };
 
-// The widest path of this processor, or a narrower one named by the environment variable
-// GME_VECTOR_PATH ("baseline", "avx2"), read once.
-const PlaneKernels& Kernels();
-
-// Every path this processor can run, baseline first: for tests that compare them.
-std::vector<const PlaneKernels*> AvailableKernels();
+// The kernels compiled for `unit`, which must be one this processor runs (one of
+// numeric::AvailableVectorUnits()).
+const PlaneKernels& Kernels(numeric::VectorUnit unit);
 
 }  // namespace segmentation
 

@@ -42,15 +42,33 @@ RegionalThreshold::RegionalThreshold(int w, int h)
     middleEnd = W6 + 1 < width ? W6 + 1 : width;
 }
 
+template <class F>
+void RegionalThreshold::ForEachPiece(long y, F f) const {
+    const int band = y < H3 ? 0 : (y < H6 ? 1 : 2);
+    const long split = band == 1 ? middleLeftEnd : leftEnd;
+    f(band, 0, split);
+    f(band + 3, split, middleEnd);
+    f(band + 6, middleEnd, width);
+}
+
 void RegionalThreshold::AddRows(ormel::ConstPlaneView plane, int rowBegin, int rowEnd) {
     for (long y = rowBegin; y < rowEnd; ++y) {
         const std::uint8_t* p = plane.Row(static_cast<int>(y));
-        const int band = y < H3 ? 0 : (y < H6 ? 1 : 2);
-        const long split = band == 1 ? middleLeftEnd : leftEnd;
-        Accumulate(p, 0, split, counts[band]);
-        Accumulate(p, split, middleEnd, counts[band + 3]);
-        Accumulate(p, middleEnd, width, counts[band + 6]);
+        ForEachPiece(y, [&](int r, long from, long to) { Accumulate(p, from, to, counts[r]); });
     }
+}
+
+void RegionalThreshold::AddRows(ormel::ConstPlaneView plane, int rowBegin, int rowEnd,
+                                PairHistogram& pairs) {
+    for (long y = rowBegin; y < rowEnd; ++y) {
+        const std::uint8_t* p = plane.Row(static_cast<int>(y));
+        ForEachPiece(y, [&](int r, long from, long to) { pairs.Add(r, p, from, to); });
+    }
+}
+
+void RegionalThreshold::TakePairs(PairHistogram& pairs) {
+    for (int r = 0; r < kRegions; ++r)
+        pairs.Take(r, counts[r][0]);
 }
 
 unsigned char RegionalThreshold::Ts() const {

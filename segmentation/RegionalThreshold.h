@@ -1,13 +1,16 @@
 // RegionalThreshold: the arithmetic of TolvarThrshold on plain planes, for callers that
 // need its results without the object's buffer. RegionalThreshold gathers the region
 // histograms of a plane, rows in any order and in as many calls as suits the caller, and
-// gives its threshold Ts; AdaptiveThreshold is one step of the adaptive threshold.
+// gives its threshold Ts; AdaptiveThreshold is one step of the adaptive threshold. Rows of
+// a plane with few distinct values may go through a PairHistogram instead, whose counts
+// must be taken back (TakePairs) before Ts.
 #ifndef SEGMENTATION_REGIONALTHRESHOLD_H
 #define SEGMENTATION_REGIONALTHRESHOLD_H
 
 #include <cstdint>
 
 #include "image/PlaneView.h"
+#include "segmentation/PairHistogram.h"
 
 namespace segmentation {
 
@@ -21,12 +24,23 @@ public:
     // Each row must be added once.
     void AddRows(ormel::ConstPlaneView plane, int rowBegin, int rowEnd);
 
+    // The same through `pairs`, started for kRegions histograms with values that include
+    // every sample of these rows; a row goes either way, never both.
+    void AddRows(ormel::ConstPlaneView plane, int rowBegin, int rowEnd, PairHistogram& pairs);
+    // Adds what `pairs` gathered to the histograms and empties it.
+    void TakePairs(PairHistogram& pairs);
+
     // Ts of the rows added: the mean of each region and the modes of its five grey-level
     // bands, averaged over the 54 values, truncated, kept to 8 bits.
     unsigned char Ts() const;
 
-private:
     static const int kRegions = 9;
+
+private:
+    // f(region, from, to) for the three pieces of row y.
+    template <class F>
+    void ForEachPiece(long y, F f) const;
+
     static const int kLanes = 4;   // histograms per region, filled in turn
 
     long H3, H6;                   // the row bands start at H3 and H6

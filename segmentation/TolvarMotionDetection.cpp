@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "numeric/VectorUnit.h"
 #include "segmentation/MethodBuffers.h"
 #include "segmentation/PlaneKernels.h"
 
@@ -118,17 +119,18 @@ bool TolvarMotionDetection::MaxFilter(ormel::YUVImage& in, ormel::YUVImage& out)
 void TolvarMotionDetection::Average() {
     if (width - halfBefore <= halfBefore || height - halfBefore <= halfBefore)
         return;
-    Kernels().AbsDiffMean(ConstMethodPlane(work, width, height),
-                          ConstMethodPlane(reference, width, height),
-                          static_cast<int>(windowSize), MethodPlane(result, width, height), 0,
-                          height);
+    Kernels(numeric::BestVectorUnit())
+        .AbsDiffMean(ConstMethodPlane(work, width, height),
+                     ConstMethodPlane(reference, width, height), static_cast<int>(windowSize),
+                     MethodPlane(result, width, height), 0, height);
 }
 
 void TolvarMotionDetection::WindowMax() {
     if (width - halfBefore <= halfBefore || height - halfBefore <= halfBefore)
         return;
-    Kernels().ClippedMax(ConstMethodPlane(work, width, height), static_cast<int>(windowSize),
-                         clipLevel, gain, MethodPlane(result, width, height), 0, height);
+    Kernels(numeric::BestVectorUnit())
+        .ClippedMax(ConstMethodPlane(work, width, height), static_cast<int>(windowSize),
+                    clipLevel, gain, MethodPlane(result, width, height), 0, height);
 }
 
 bool TolvarMotionDetection::BuffAlloc(int n) {

@@ -84,6 +84,79 @@ TEST_F(MakeBlock, ThresholdIndexUsesTheFactorJustBelowTwoThirds) {
     EXPECT_EQ(RunMakeBlock(est, pic, mask), 99);
 }
 
+// The marking as first written, for the test below: in place on the block sums (a mark
+// is -1), every neighbourhood counted afresh, the threshold from a full sort.
+static int PlainMarking(std::vector<int> sum, int wx, int wy, std::vector<bool>& object) {
+    std::vector<int> sorted = sum;
+    std::sort(sorted.begin(), sorted.end());
+    const int thresh = sorted[static_cast<size_t>(wy * (wx * 0.6699999999999999))];
+    auto at = [&](int j, int i) -> int& { return sum[static_cast<size_t>(j) * wx + i]; };
+    for (int j = 1; j < wy - 1; ++j)
+        for (int i = 1; i < wx - 1; ++i) {
+            int count = 0;
+            for (int dj = -1; dj <= 1; ++dj)
+                for (int di = -1; di <= 1; ++di)
+                    count += at(j + dj, i + di) > thresh;
+            if (at(j, i) > thresh && count > 4)
+                at(j, i) = -1;
+        }
+    for (int j = 1; j < wy - 1; ++j)
+        for (int i = 1; i < wx - 1; ++i) {
+            bool touches = false;
+            for (int dj = -1; dj <= 1; ++dj)
+                for (int di = -1; di <= 1; ++di)
+                    touches = touches || ((dj != 0 || di != 0) && at(j + dj, i + di) == -1);
+            if (at(j, i) > thresh && touches)
+                at(j, i) = -1;
+        }
+    for (int j = 0; j < wy; ++j)
+        for (int i = 0; i < wx; ++i)
+            if ((i == 0 || j == 0 || i == wx - 1 || j == wy - 1) && at(j, i) > thresh)
+                at(j, i) = -1;
+    object.assign(sum.size(), false);
+    for (size_t b = 0; b < sum.size(); ++b)
+        object[b] = sum[b] == -1;
+    return static_cast<int>(std::count(object.begin(), object.end(), true));
+}
+
+// Pictures of blobs of object-like blocks, dense and sparse, on grids from one block to
+// many, with pixels beyond the last whole block.
+TEST_F(MakeBlock, MarksAsThePlainMarkingOnRandomPictures) {
+    std::mt19937 rng(12);
+    for (int trial = 0; trial < 80; ++trial) {
+        const int wx = 1 + static_cast<int>(rng() % 30), wy = 1 + static_cast<int>(rng() % 20);
+        const int w = 8 * wx + static_cast<int>(rng() % 8), h = 8 * wy + static_cast<int>(rng() % 8);
+        BinImage pic(w, h, 0, 255, ormel::quiet), mask(w, h, 0, 255, ormel::quiet);
+        // Block (i, j) gets about `level` white pixels: high near a few centres, low elsewhere.
+        std::vector<std::pair<int, int>> centres(1 + rng() % 4);
+        for (auto& c : centres)
+            c = {static_cast<int>(rng() % wx), static_cast<int>(rng() % wy)};
+        const int reach = 1 + static_cast<int>(rng() % 4);
+        std::vector<int> sums(static_cast<size_t>(wx) * wy);
+        for (int j = 0; j < wy; ++j)
+            for (int i = 0; i < wx; ++i) {
+                bool near = false;
+                for (const auto& c : centres)
+                    near = near || (std::abs(c.first - i) <= reach && std::abs(c.second - j) <= reach);
+                const int level = near ? 20 + static_cast<int>(rng() % 45) : static_cast<int>(rng() % 25);
+                for (int n = 0; n < 64; ++n) {
+                    // Mostly 0 and 255, with some grey: sums of every size, many of them equal.
+                    const bool white = static_cast<int>(rng() % 64) < level;
+                    const int v = white ? 255 : rng() % 4 == 0 ? static_cast<int>(rng() % 60) : 0;
+                    pic.SetPixel(8 * i + n % 8, 8 * j + n / 8, static_cast<unsigned char>(v));
+                    sums[static_cast<size_t>(j) * wx + i] += v;
+                }
+            }
+        std::vector<bool> object;
+        const int want = PlainMarking(sums, wx, wy, object);
+        ASSERT_EQ(RunMakeBlock(est, pic, mask), want) << "trial " << trial;
+        for (int j = 0; j < wy; ++j)
+            for (int i = 0; i < wx; ++i)
+                ASSERT_EQ(mask.GetPixel(8 * i + 3, 8 * j + 5), object[static_cast<size_t>(j) * wx + i] ? 255 : 0)
+                    << "trial " << trial << ", block " << i << ", " << j;
+    }
+}
+
 using Binary = EstimatorTest;
 
 TEST_F(Binary, MovingSquareMarksItsBlocks) {

@@ -108,9 +108,10 @@ TEST(BinImage, CopyAndAssignmentTakeGeometryLevelsFlagsAndSamples) {
     BinImage src(7, 5, 4, 250, ormel::verbose), assigned(2, 2, 0, 255, ormel::quiet);
     Paint(src);
     EXPECT_TRUE(src.SetisBinarized(src.SetisDifferenced(true)));   // each setter returns its flag
-    BinImage copy(src);
+    BinImage copy(src), sameSize(7, 5, 0, 255, ormel::quiet);
     assigned = src;
-    for (BinImage* img : {&copy, &assigned}) {
+    sameSize = src;   // into the buffer it has
+    for (BinImage* img : {&copy, &assigned, &sameSize}) {
         EXPECT_EQ(std::make_tuple(img->Width(Y_COMP), img->GetSize(), img->GetBlackLevel(),
                                   img->GetWhiteLevel(), img->GetVerbose()),
                   std::make_tuple(7, 35, 4u, 250u, ormel::verbose));
