@@ -41,23 +41,6 @@ bool SameFile(const std::string& a, const std::string& b) {
            sa.st_ino == sb.st_ino;
 }
 
-bool CheckReadable(const std::string& path, std::string* error) {
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0) {
-        *error = Reason(path, errno);
-        return false;
-    }
-    if (S_ISDIR(st.st_mode)) {
-        *error = path + ": is a directory";
-        return false;
-    }
-    if (access(path.c_str(), R_OK) != 0) {
-        *error = Reason(path, errno);
-        return false;
-    }
-    return true;
-}
-
 bool CheckCreatable(const std::string& path, std::string* error) {
     struct stat st;
     if (stat(path.c_str(), &st) == 0) {

@@ -18,10 +18,6 @@ using y4m::SequenceFiles;
 // True when a and b are one file: the same path, or the same device and inode.
 bool SameFile(const std::string& a, const std::string& b);
 
-// A file the command reads: it exists, is no directory and can be read. false with
-// *error ("PATH: reason").
-bool CheckReadable(const std::string& path, std::string* error);
-
 // A file the command creates or replaces: its directory exists and takes new files, and
 // the file, when there, is no directory and can be written. false with *error.
 bool CheckCreatable(const std::string& path, std::string* error);

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "gme/SequenceEstimator.h"
+#include "y4m/SequenceDescription.h"
 
 namespace driver {
 
@@ -18,7 +19,7 @@ constexpr int kTransferred = 18;   // VidsFile::Read done
 VidsInput::VidsInput(const std::string& n) : name(n), files(FilesOf(n)) {}
 
 bool VidsInput::Open(std::string* error) {
-    if (!CheckReadable(files.des, error) || !CheckReadable(files.pic, error) ||
+    if (!y4m::CheckFile(files.des, error) || !y4m::CheckFile(files.pic, error) ||
         !ReadDescription(name, &description, error))
         return false;
     if (description.samples < 2) {

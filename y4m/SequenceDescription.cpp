@@ -26,6 +26,8 @@ bool Exists(const std::string& path) {
     return stat(path.c_str(), &st) == 0;
 }
 
+}  // namespace
+
 bool CheckFile(const std::string& path, std::string* error) {
     struct stat st;
     if (stat(path.c_str(), &st) != 0) {
@@ -42,8 +44,6 @@ bool CheckFile(const std::string& path, std::string* error) {
     }
     return true;
 }
-
-}  // namespace
 
 SequenceFiles FilesOf(const std::string& name) {
     // As Openvids: the record keeps at most IMG_FNAME_LEN - 1 characters of the name.

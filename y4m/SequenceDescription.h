@@ -28,6 +28,10 @@ SequenceFiles FilesOf(const std::string& name);
 // comes back as 29.9700.
 float FrequencyThroughDescription(float freq);
 
+// A file to be read: it exists, is no directory and can be read. false with *error
+// ("PATH: reason") otherwise.
+bool CheckFile(const std::string& path, std::string* error);
+
 // Checks that both files of an existing sequence are there and readable; false with
 // *error ("NAME.des: ...") otherwise.
 bool CheckReadable(const std::string& name, std::string* error);
