@@ -66,6 +66,25 @@ constexpr int kFixedWindow = 5;
 constexpr int kWholeSpan = 256;
 constexpr int kWholeStep = kWholeSpan - (kFixedWindow - 1);
 
+// The sums of |a - b| down kWindow rows from row top, in columns first .. first + count - 1,
+// into col.
+template <class Sum, int kWindow>
+GME_INLINE void WindowColumnSums(ConstPlaneView a, ConstPlaneView b, int top, long first,
+                                 int count, Sum* __restrict col) {
+    const uint8_t* p[kWindow];
+    const uint8_t* q[kWindow];
+    for (int dy = 0; dy < kWindow; ++dy) {
+        p[dy] = a.Row(top + dy) + first;
+        q[dy] = b.Row(top + dy) + first;
+    }
+    for (int i = 0; i < count; ++i) {
+        Sum c = AbsDiff(p[0][i], q[0][i]);
+        for (int dy = 1; dy < kWindow; ++dy)
+            c = static_cast<Sum>(c + AbsDiff(p[dy][i], q[dy][i]));
+        col[i] = c;
+    }
+}
+
 // The first output column of the piece after the one at cx, or -1 after the last.
 GME_INLINE int NextWholePiece(int cx, int interiorEnd) {
     if (cx == interiorEnd - kWholeStep)
@@ -111,18 +130,8 @@ GME_INLINE void AbsDiffMeanWhole(ConstPlaneView a, ConstPlaneView b, PlaneView o
                 uint16_t* __restrict col = cols[(y - band) & 1];
                 const uint16_t* __restrict above = cols[(y - band + 1) & 1];
                 if (y == band) {
-                    const uint8_t* p[kFixedWindow];
-                    const uint8_t* q[kFixedWindow];
-                    for (int dy = 0; dy < kFixedWindow; ++dy) {
-                        p[dy] = a.Row(y - in.before + dy) + first;
-                        q[dy] = b.Row(y - in.before + dy) + first;
-                    }
-                    for (int i = 0; i < kWholeSpan; ++i) {
-                        uint16_t c = AbsDiff(p[0][i], q[0][i]);
-                        for (int dy = 1; dy < kFixedWindow; ++dy)
-                            c = static_cast<uint16_t>(c + AbsDiff(p[dy][i], q[dy][i]));
-                        col[i] = c;
-                    }
+                    WindowColumnSums<uint16_t, kFixedWindow>(a, b, y - in.before, first,
+                                                             kWholeSpan, col);
                 } else {
                     const int enters = y - in.before + kFixedWindow - 1;
                     const int leaves = y - in.before - 1;
@@ -159,18 +168,7 @@ GME_INLINE void AbsDiffMeanRows(ConstPlaneView a, ConstPlaneView b, int window, 
             const long first = cx - in.before;
             uint8_t* o = out.Row(y) + cx;
             if constexpr (kWindow > 0) {
-                const uint8_t* p[kWindow];
-                const uint8_t* q[kWindow];
-                for (int dy = 0; dy < kWindow; ++dy) {
-                    p[dy] = a.Row(y - in.before + dy) + first;
-                    q[dy] = b.Row(y - in.before + dy) + first;
-                }
-                for (int i = 0; i < m; ++i) {
-                    Sum c = AbsDiff(p[0][i], q[0][i]);
-                    for (int dy = 1; dy < kWindow; ++dy)
-                        c = static_cast<Sum>(c + AbsDiff(p[dy][i], q[dy][i]));
-                    col[i] = c;
-                }
+                WindowColumnSums<Sum, kWindow>(a, b, y - in.before, first, m, col);
                 for (int i = 0; i < n; ++i) {
                     Sum t = col[i];
                     for (int dx = 1; dx < kWindow; ++dx)
