@@ -16,8 +16,8 @@
 //   - mask form: `mask` is 0 at all four neighbours; the pixels go column by column
 //     (x outer, y inner), all of them;
 //   - threshold form: `use` is non-zero at (x, y); the pixels go row by row (y outer).
-// A pixel whose gradients are both exactly 0 adds only zeros, which leave every sum as it
-// is: the vector paths skip it. All planes have current's size.
+// A pixel between four equal neighbours adds only zeros, which leave every sum as it is:
+// the vector paths skip it. All planes have current's size.
 #ifndef ESTIMATION_INCREMENTSUMS_H
 #define ESTIMATION_INCREMENTSUMS_H
 
@@ -50,7 +50,8 @@ public:
     std::vector<double> colX, colY, rowX, rowY;
     // n records of 8 doubles, 64-byte aligned; grows, never shrinks.
     double* Records(std::size_t n);
-    std::vector<int> counts;
+    // Per row of a strip of the mask form: its lanes that take part.
+    std::vector<std::uint8_t> takes;
 
 private:
     struct Free {

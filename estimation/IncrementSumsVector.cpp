@@ -3,15 +3,18 @@
 // Both work in two steps. First the per-pixel terms of a group of consecutive pixels of a
 // row (4 or 8, one per lane) are computed side by side, each lane exactly the scalar
 // operations of the plain path in their order; the group is transposed into one record
-// per pixel, (dedp[0..5], e, 0), and queued in summation order: per row for the threshold
-// form, per column for the mask form, whose order is column by column. Only the pixels
-// that take part and have a non-zero gradient are queued: a pixel whose two gradients are
-// zero has products that are all +0 or -0, and adding those leaves every sum as it is (a
-// sum that starts at +0 never becomes -0). Then the records are added one after the
-// other: for every row i of M, the record times dedp[i] gives dedp[i] dedp[j] in lane j
-// and dedp[i] e in lane 6, added lane by lane into that row's running sums. So each of
-// the 27 sums takes its terms in pixel order, one rounding per addition, as the plain
-// loop does; the other lanes carry duplicates that are never read.
+// per pixel, (dedp[0..5], e, 0), and stored. Only the pixels that take part and lie
+// between neighbours that are not all equal count: four equal neighbours give zero
+// gradients, whose products are all +0 or -0, and adding those leaves every sum as it is
+// (a sum that starts at +0 never becomes -0). Then the records are added one after the
+// other in summation order: for every row i of M, the record times dedp[i] gives
+// dedp[i] dedp[j] in lane j and dedp[i] e in lane 6, added lane by lane into that row's
+// running sums. So each of the 27 sums takes its terms in pixel order, one rounding per
+// addition, as the plain loop does; the other lanes carry duplicates that are never read.
+//
+// The threshold form queues the records of a row and adds them at its end. The mask form,
+// whose order is column by column, works on strips of columns: it stores the records of
+// the strip row by row with the lanes that count, then adds column after column.
 //
 // The four neighbours come from two 32-bit gathers per group: one at (x1, y1) and one at
 // (x1, y1 + 1), two bytes early so that it stays inside the plane: P00, P10 are the low
@@ -44,41 +47,53 @@ namespace {
 
 // ---------------------------------------------------------------- AVX-512, 8 lanes
 
-// The terms of pixels x .. x + 7 of row y into v[0..7] = dedp[0..5], e, 0 (lanes =
-// pixels). Returns the lanes that take part among `candidates`: inside, mask-free (mask
-// form), and with a non-zero gradient.
-GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
-    const Planes& p, const IncrementScratch& s, bool maskForm, int x, int y,
-    __mmask8 candidates, __m512d v[8]) {
+// What Prepare8 needs of a call besides the group: the planes' size, as doubles for the
+// inside test, and where the planes end.
+struct Frame8 {
+    int W, H;
+    __m512d lastX, lastY;   // W - 1, H - 1
+    const std::uint8_t* previousEnd;
+    const std::uint8_t* selectEnd;
+};
+
+GME_AVX512 Frame8 MakeFrame8(const Planes& p) {
     const int W = p.current.width;
     const int H = p.current.height;
+    return Frame8{W, H, _mm512_set1_pd(W - 1), _mm512_set1_pd(H - 1),
+                  p.previous.Row(H - 1) + W, p.select.Row(H - 1) + W};
+}
+
+// The terms of pixels x .. x + 7 of row y into v[0..7] = dedp[0..5], e, 0 (lanes =
+// pixels); xs holds x .. x + 7 as doubles. Returns the lanes that take part among
+// `candidates`: inside, mask-free (mask form), and not between four equal neighbours.
+GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
+    const Planes& p, const IncrementScratch& s, const Frame8& f, bool maskForm, int x, int y,
+    __mmask8 candidates, __m512d xs, __m512d v[8]) {
+    const int W = f.W;
     const __m512d zero = _mm512_setzero_pd();
     const __m512d dx = _mm512_add_pd(_mm512_loadu_pd(&s.colX[x]), _mm512_set1_pd(s.rowX[y]));
     const __m512d dy = _mm512_add_pd(_mm512_loadu_pd(&s.colY[x]), _mm512_set1_pd(s.rowY[y]));
     __mmask8 in = candidates & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
-                  _mm512_cmp_pd_mask(dx, _mm512_set1_pd(W - 1), _CMP_LT_OQ) &
+                  _mm512_cmp_pd_mask(dx, f.lastX, _CMP_LT_OQ) &
                   _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
-                  _mm512_cmp_pd_mask(dy, _mm512_set1_pd(H - 1), _CMP_LT_OQ);
+                  _mm512_cmp_pd_mask(dy, f.lastY, _CMP_LT_OQ);
     if (!in)
         return 0;
     const __m256i ix = _mm512_cvttpd_epi32(dx);
     const __m256i iy = _mm512_cvttpd_epi32(dy);
-    const __m256i bytes = _mm256_set1_epi32(0xff);
     __m256i p00, p10, p01, p11;
     __m256i off;
     int x0, y0;
-    __m256i g0, g1;
     if (motion::NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
+        __m256i b0, b1;
         if (maskForm) {
-            __m256i m0, m1;
-            motion::RowNeighbours8(p.select.data, p.select.stride, W,
-                                   p.select.Row(H - 1) + W, off, x0, y0, &m0, &m1);
-            in &= _mm256_testn_epi32_mask(_mm256_or_si256(m0, m1), _mm256_set1_epi32(-1));
+            motion::RowPair16(p.select.data, p.select.stride, W, f.selectEnd, x0, y0, &b0, &b1);
+            in &= motion::RowNeighboursZero8(b0, b1, off);
             if (!in)
                 return 0;
         }
-        motion::RowNeighbours8(p.previous.data, p.previous.stride, W,
-                               p.previous.Row(H - 1) + W, off, x0, y0, &g0, &g1);
+        motion::RowPair16(p.previous.data, p.previous.stride, W, f.previousEnd, x0, y0, &b0, &b1);
+        motion::RowNeighbourSamples8(b0, b1, off, &p00, &p10, &p01, &p11);
     } else {
         if (maskForm) {
             // The mask at the four neighbours, as the samples below: all four must be 0.
@@ -95,18 +110,21 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
             if (!in)
                 return 0;
         }
+        // P00, P10 are the low bytes of a gather at (x1, y1); P01, P11 the high bytes of
+        // one two bytes early at (x1, y1 + 1), which stays inside the plane.
         const int stride = static_cast<int>(p.previous.stride);
         const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(stride)), ix);
-        g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
-        g1 = _mm256_mmask_i32gather_epi32(
+        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
+        const __m256i g1 = _mm256_mmask_i32gather_epi32(
             _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(stride - 2)),
             p.previous.data, 1);
+        const __m256i bytes = _mm256_set1_epi32(0xff);
+        p00 = _mm256_and_si256(g0, bytes);
+        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
+        p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
+        p11 = _mm256_srli_epi32(g1, 24);
     }
-    p00 = _mm256_and_si256(g0, bytes);
-    p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
-    p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
-    p11 = _mm256_srli_epi32(g1, 24);
-    // Four equal neighbours give two zero gradients: such a pixel is not queued.
+    // Four equal neighbours give two zero gradients: such a pixel is left out.
     in &= ~(_mm256_cmpeq_epi32_mask(p00, p10) & _mm256_cmpeq_epi32_mask(p00, p01) &
             _mm256_cmpeq_epi32_mask(p00, p11));
     if (!in)
@@ -135,8 +153,6 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
                                              _mm512_mul_pd(_mm512_sub_pd(q11, q01), dl));
     const __m512d dIdy = _mm512_maskz_add_pd(in, _mm512_mul_pd(_mm512_sub_pd(q01, q00), omk),
                                              _mm512_mul_pd(_mm512_sub_pd(q11, q10), dk));
-    const __m512d xs = _mm512_cvtepi32_pd(
-        _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
     const __m512d ys = _mm512_set1_pd(y);
     v[0] = dIdx;
     v[1] = _mm512_mul_pd(xs, dIdx);
@@ -149,43 +165,30 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     return in;
 }
 
-// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (64-byte aligned).
-GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8],
-                                                                 double* const to[8]) {
-    const __m512d t0 = _mm512_unpacklo_pd(v[0], v[1]);   // lanes 0, 2, 4, 6 of v0, v1
-    const __m512d t1 = _mm512_unpackhi_pd(v[0], v[1]);   // lanes 1, 3, 5, 7
-    const __m512d t2 = _mm512_unpacklo_pd(v[2], v[3]);
-    const __m512d t3 = _mm512_unpackhi_pd(v[2], v[3]);
-    const __m512d t4 = _mm512_unpacklo_pd(v[4], v[5]);
-    const __m512d t5 = _mm512_unpackhi_pd(v[4], v[5]);
-    const __m512d t6 = _mm512_unpacklo_pd(v[6], v[7]);
-    const __m512d t7 = _mm512_unpackhi_pd(v[6], v[7]);
-    const __m512i even = _mm512_setr_epi64(0, 1, 8, 9, 4, 5, 12, 13);
-    const __m512i odd = _mm512_setr_epi64(2, 3, 10, 11, 6, 7, 14, 15);
-    const __m512d u0 = _mm512_permutex2var_pd(t0, even, t2);   // pixels 0 and 4, v0-v3
-    const __m512d u1 = _mm512_permutex2var_pd(t0, odd, t2);    // pixels 2 and 6
-    const __m512d u2 = _mm512_permutex2var_pd(t1, even, t3);   // pixels 1 and 5
-    const __m512d u3 = _mm512_permutex2var_pd(t1, odd, t3);    // pixels 3 and 7
-    const __m512d u4 = _mm512_permutex2var_pd(t4, even, t6);   // the same of v4-v7
-    const __m512d u5 = _mm512_permutex2var_pd(t4, odd, t6);
-    const __m512d u6 = _mm512_permutex2var_pd(t5, even, t7);
-    const __m512d u7 = _mm512_permutex2var_pd(t5, odd, t7);
-    _mm512_store_pd(to[0], _mm512_shuffle_f64x2(u0, u4, 0x44));
-    _mm512_store_pd(to[1], _mm512_shuffle_f64x2(u2, u6, 0x44));
-    _mm512_store_pd(to[2], _mm512_shuffle_f64x2(u1, u5, 0x44));
-    _mm512_store_pd(to[3], _mm512_shuffle_f64x2(u3, u7, 0x44));
-    _mm512_store_pd(to[4], _mm512_shuffle_f64x2(u0, u4, 0xee));
-    _mm512_store_pd(to[5], _mm512_shuffle_f64x2(u2, u6, 0xee));
-    _mm512_store_pd(to[6], _mm512_shuffle_f64x2(u1, u5, 0xee));
-    _mm512_store_pd(to[7], _mm512_shuffle_f64x2(u3, u7, 0xee));
+// x .. x + 7 as doubles.
+GME_AVX512 inline __m512d Columns8(int x) {
+    return _mm512_cvtepi32_pd(
+        _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
 }
 
-// The lanes of v[0] and v[3] (the gradients) not both +0 or -0. A pixel whose gradients
-// are both zero adds only zeros to the sums, which leaves each as it is: it need not be
-// queued.
-GME_AVX512 inline __mmask8 NonZeroGradient(const __m512d v[8]) {
-    const __m512d zero = _mm512_setzero_pd();
-    return _mm512_cmp_pd_mask(v[0], zero, _CMP_NEQ_UQ) | _mm512_cmp_pd_mask(v[3], zero, _CMP_NEQ_UQ);
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (16-byte aligned). The
+// pairs (v[2i][l], v[2i + 1][l]) come from one unpacking each and are stored 128 bits at
+// a time, which costs no shuffle.
+GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8],
+                                                                 double* const to[8]) {
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        const __m512d even = _mm512_unpacklo_pd(v[2 * i], v[2 * i + 1]);   // pixels 0, 2, 4, 6
+        const __m512d odd = _mm512_unpackhi_pd(v[2 * i], v[2 * i + 1]);    // pixels 1, 3, 5, 7
+        _mm_store_pd(to[0] + 2 * i, _mm512_castpd512_pd128(even));
+        _mm_store_pd(to[1] + 2 * i, _mm512_castpd512_pd128(odd));
+        _mm_store_pd(to[2] + 2 * i, _mm512_extractf64x2_pd(even, 1));
+        _mm_store_pd(to[3] + 2 * i, _mm512_extractf64x2_pd(odd, 1));
+        _mm_store_pd(to[4] + 2 * i, _mm512_extractf64x2_pd(even, 2));
+        _mm_store_pd(to[5] + 2 * i, _mm512_extractf64x2_pd(odd, 2));
+        _mm_store_pd(to[6] + 2 * i, _mm512_extractf64x2_pd(even, 3));
+        _mm_store_pd(to[7] + 2 * i, _mm512_extractf64x2_pd(odd, 3));
+    }
 }
 
 // The six running sums stay in registers through the loop.
@@ -199,6 +202,30 @@ GME_AVX512 inline void Add8(const double* records, std::size_t n, __m512d sums[6
         s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_set1_pd(r[3])));
         s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_set1_pd(r[4])));
         s5 = _mm512_add_pd(s5, _mm512_mul_pd(d, _mm512_set1_pd(r[5])));
+    }
+    sums[0] = s0, sums[1] = s1, sums[2] = s2, sums[3] = s3, sums[4] = s4, sums[5] = s5;
+}
+
+// Adds the records of one column of a strip in row order: the record of row y at
+// column + 64 y, taking part where takes[y] has `bit` set; takes holds `rows` entries,
+// a multiple of 64.
+GME_AVX512 inline void AddColumn8(const double* column, const std::uint8_t* takes, int rows,
+                                  std::uint8_t bit, __m512d sums[6]) {
+    __m512d s0 = sums[0], s1 = sums[1], s2 = sums[2], s3 = sums[3], s4 = sums[4], s5 = sums[5];
+    const __m512i select = _mm512_set1_epi8(static_cast<char>(bit));
+    for (int y0 = 0; y0 < rows; y0 += 64) {
+        std::uint64_t rest = _mm512_test_epi8_mask(_mm512_loadu_si512(takes + y0), select);
+        while (rest) {
+            const double* r = column + 64 * static_cast<std::ptrdiff_t>(y0 + __builtin_ctzll(rest));
+            rest &= rest - 1;
+            const __m512d d = _mm512_load_pd(r);
+            s0 = _mm512_add_pd(s0, _mm512_mul_pd(d, _mm512_set1_pd(r[0])));
+            s1 = _mm512_add_pd(s1, _mm512_mul_pd(d, _mm512_set1_pd(r[1])));
+            s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_set1_pd(r[2])));
+            s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_set1_pd(r[3])));
+            s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_set1_pd(r[4])));
+            s5 = _mm512_add_pd(s5, _mm512_mul_pd(d, _mm512_set1_pd(r[5])));
+        }
     }
     sums[0] = s0, sums[1] = s1, sums[2] = s2, sums[3] = s3, sums[4] = s4, sums[5] = s5;
 }
@@ -316,20 +343,18 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
     return _mm_movemask_ps(_mm_castsi128_ps(in));
 }
 
-// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (32-byte aligned).
+// Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (16-byte aligned), the
+// pairs 128 bits at a time as Transpose8 does.
 GME_AVX2 __attribute__((always_inline)) inline void Transpose4(const __m256d v[8],
                                                                double* const to[4]) {
-    for (int half = 0; half < 2; ++half) {
-        const __m256d* w = v + 4 * half;
-        const __m256d t0 = _mm256_unpacklo_pd(w[0], w[1]);
-        const __m256d t1 = _mm256_unpackhi_pd(w[0], w[1]);
-        const __m256d t2 = _mm256_unpacklo_pd(w[2], w[3]);
-        const __m256d t3 = _mm256_unpackhi_pd(w[2], w[3]);
-        const int h = 4 * half;
-        _mm256_store_pd(to[0] + h, _mm256_permute2f128_pd(t0, t2, 0x20));
-        _mm256_store_pd(to[1] + h, _mm256_permute2f128_pd(t1, t3, 0x20));
-        _mm256_store_pd(to[2] + h, _mm256_permute2f128_pd(t0, t2, 0x31));
-        _mm256_store_pd(to[3] + h, _mm256_permute2f128_pd(t1, t3, 0x31));
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        const __m256d even = _mm256_unpacklo_pd(v[2 * i], v[2 * i + 1]);   // pixels 0, 2
+        const __m256d odd = _mm256_unpackhi_pd(v[2 * i], v[2 * i + 1]);    // pixels 1, 3
+        _mm_store_pd(to[0] + 2 * i, _mm256_castpd256_pd128(even));
+        _mm_store_pd(to[1] + 2 * i, _mm256_castpd256_pd128(odd));
+        _mm_store_pd(to[2] + 2 * i, _mm256_extractf128_pd(even, 1));
+        _mm_store_pd(to[3] + 2 * i, _mm256_extractf128_pd(odd, 1));
     }
 }
 
@@ -388,14 +413,6 @@ GME_AVX2 Sums4 ZeroSums4() {
     return s;
 }
 
-// The bits of the lanes of v[0] and v[3] (the gradients) not both zero: see
-// NonZeroGradient.
-GME_AVX2 inline int NonZeroGradient4(const __m256d v[8]) {
-    const __m256d zero = _mm256_setzero_pd();
-    return _mm256_movemask_pd(_mm256_or_pd(_mm256_cmp_pd(v[0], zero, _CMP_NEQ_UQ),
-                                           _mm256_cmp_pd(v[3], zero, _CMP_NEQ_UQ)));
-}
-
 // Candidate lanes x .. x + 3: those inside the row.
 GME_AVX2 inline __m128i Live4(int x, int W) {
     return _mm_cmpgt_epi32(_mm_set1_epi32(W - x), _mm_setr_epi32(0, 1, 2, 3));
@@ -406,41 +423,43 @@ GME_AVX2 inline __m128i Live4(int x, int W) {
 // ---------------------------------------------------------------- the four paths
 
 GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquations* out) {
-    const int W = p.current.width;
-    const int H = p.current.height;
+    const Frame8 f = MakeFrame8(p);
+    const int W = f.W;
+    const int H = f.H;
+    // Eight columns at a time, row by row: the records of row y at records + 64 y, lane l
+    // at + 8 l, and the lanes that take part in takes[y]; then the columns one after the
+    // other, each in row order.
     double* records = s.Records(8 * static_cast<std::size_t>(H));
+    const int rows = (H + 63) / 64 * 64;
+    s.takes.resize(static_cast<std::size_t>(rows));
+    std::uint8_t* takes = s.takes.data();
+    std::memset(takes + H, 0, static_cast<std::size_t>(rows - H));
     __m512d sums[6];
     for (__m512d& v : sums)
         v = _mm512_setzero_pd();
-    // Eight columns at a time, row by row, into one queue per column; then the columns
-    // one after the other. A lane that does not take part writes its record at its
-    // queue's next free place, which the next record of that column takes over.
-    const std::size_t column = 8 * static_cast<std::size_t>(H);
     for (int x = 0; x < W; x += 8) {
         const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
-        std::size_t n[8] = {};
+        const __m512d xs = Columns8(x);
         for (int y = 0; y < H; ++y) {
             __m512d v[8];
-            __mmask8 take = Prepare8(p, s, true, x, y, live, v);
-            if (!take || !(take &= NonZeroGradient(v)))
+            const __mmask8 take = Prepare8(p, s, f, true, x, y, live, xs, v);
+            takes[y] = take;
+            if (!take)
                 continue;
-            double* const to[8] = {records + 8 * n[0],              records + column + 8 * n[1],
-                                   records + 2 * column + 8 * n[2], records + 3 * column + 8 * n[3],
-                                   records + 4 * column + 8 * n[4], records + 5 * column + 8 * n[5],
-                                   records + 6 * column + 8 * n[6], records + 7 * column + 8 * n[7]};
+            double* const row = records + 64 * static_cast<std::ptrdiff_t>(y);
+            double* const to[8] = {row, row + 8, row + 16, row + 24, row + 32, row + 40, row + 48, row + 56};
             Transpose8(v, to);
-            for (int l = 0; l < 8; ++l)
-                n[l] += (take >> l) & 1;
         }
         for (int l = 0; l < 8 && l < W - x; ++l)
-            Add8(records + l * column, n[l], sums);
+            AddColumn8(records + 8 * l, takes, rows, static_cast<std::uint8_t>(1u << l), sums);
     }
     Store8(sums, out);
 }
 
 GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, NormalEquations* out) {
-    const int W = p.current.width;
-    const int H = p.current.height;
+    const Frame8 f = MakeFrame8(p);
+    const int W = f.W;
+    const int H = f.H;
     double* records = s.Records(static_cast<std::size_t>(W) + 8);
     __m512d sums[6];
     for (__m512d& v : sums)
@@ -455,8 +474,8 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
             if (!candidates)
                 continue;
             __m512d v[8];
-            __mmask8 take = Prepare8(p, s, false, x, y, candidates, v);
-            if (!take || !(take &= NonZeroGradient(v)))
+            const __mmask8 take = Prepare8(p, s, f, false, x, y, candidates, Columns8(x), v);
+            if (!take)
                 continue;
             // The taking part lanes in order at the end of the queue; the others at the
             // place after them, which the next group takes over.
@@ -488,8 +507,8 @@ GME_AVX2 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations
         std::size_t n[4] = {};
         for (int y = 0; y < H; ++y) {
             __m256d v[8];
-            int take = Prepare4(p, s, true, x, y, live, v);
-            if (!take || !(take &= NonZeroGradient4(v)))
+            const int take = Prepare4(p, s, true, x, y, live, v);
+            if (!take)
                 continue;
             double* const to[4] = {records + 8 * n[0], records + column + 8 * n[1],
                                    records + 2 * column + 8 * n[2], records + 3 * column + 8 * n[3]};
@@ -518,8 +537,8 @@ GME_AVX2 void ThresholdFormAvx2(const Planes& p, IncrementScratch& s, NormalEqua
             if (_mm_testz_si128(candidates, candidates))
                 continue;
             __m256d v[8];
-            int take = Prepare4(p, s, false, x, y, candidates, v);
-            if (!take || !(take &= NonZeroGradient4(v)))
+            const int take = Prepare4(p, s, false, x, y, candidates, v);
+            if (!take)
                 continue;
             double* to[4];
             std::size_t next = n;

@@ -2,8 +2,8 @@
 // pixel kernels, without gathers when the positions lie close together. When every
 // position that takes part lies in the row of lane 0 and 0 to 14 samples to its right,
 // as under a motion close to a translation, two 16-byte row loads and byte shuffles give
-// the same lanes as the kernels' two 32-bit gathers would (wherever a position takes
-// part; other lanes hold anything). Internal to the pixel kernels; x86-64 only.
+// the neighbours the kernels would otherwise gather (wherever a position takes part;
+// other lanes hold anything). Internal to the pixel kernels; x86-64 only.
 #ifndef MOTION_NEIGHBOURLOADS_H
 #define MOTION_NEIGHBOURLOADS_H
 
@@ -39,33 +39,44 @@ GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m256i ix, __m256i iy, __mmask8 in, __m
 }
 
 // For an 8-bit plane of W samples a row, rows `stride` apart, ending at `end` (one past
-// its last sample), and lanes near lane 0's position (x0, y0) at offsets `off`: *g0 has
-// P00, P10 in the low two bytes of each lane, as a 32-bit gather at (x0 + off, y0) would;
-// *g1 has P01, P11 in the high two bytes, as a gather two bytes before (x0 + off, y0 + 1)
-// would. The other bytes are 0.
-GME_NEIGHBOURS_AVX512 void RowNeighbours8(const std::uint8_t* data, std::ptrdiff_t stride, int W,
-                                          const std::uint8_t* end, __m256i off, int x0, int y0,
-                                          __m256i* g0, __m256i* g1) {
-    // Sixteen bytes from lane 0's position in both rows: the neighbours of every lane that
-    // takes part lie among them. Near the end of the plane the bytes past it are not read.
+// its last sample): the sixteen bytes from (x0, y0) in both halves of *b0 and those from
+// (x0, y0 + 1) in *b1, zeros past the end of the plane (not read).
+GME_NEIGHBOURS_AVX512 void RowPair16(const std::uint8_t* data, std::ptrdiff_t stride, int W,
+                                     const std::uint8_t* end, int x0, int y0, __m256i* b0,
+                                     __m256i* b1) {
     const std::uint8_t* r0 = data + y0 * stride + x0;
-    __m256i b0, b1;
     if (end - (r0 + stride) >= 16) {
-        b0 = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
-        b1 = _mm256_broadcastsi128_si256(
+        *b0 = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
+        *b1 = _mm256_broadcastsi128_si256(
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + stride)));
     } else {
         const __mmask16 avail = W - x0 >= 16 ? static_cast<__mmask16>(0xffff)
                                              : static_cast<__mmask16>((1u << (W - x0)) - 1);
-        b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
-        b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
+        *b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
+        *b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
     }
-    // Byte indices (off, off + 1, none, none) and (none, none, off, off + 1), 0x80 for
-    // none; off <= 14 keeps the bytes of the sums apart.
-    const __m256i twice = _mm256_or_si256(off, _mm256_slli_epi32(off, 8));
-    *g0 = _mm256_shuffle_epi8(b0, _mm256_add_epi32(twice, _mm256_set1_epi32(static_cast<int>(0x80800100u))));
-    *g1 = _mm256_shuffle_epi8(
-        b1, _mm256_add_epi32(_mm256_slli_epi32(twice, 16), _mm256_set1_epi32(0x01008080)));
+}
+
+// For lanes near lane 0's position (x0, y0) at offsets `off` (see NearLaneZero), from
+// the rows of RowPair16: whether the plane is 0 at all four neighbours of each lane.
+GME_NEIGHBOURS_AVX512 __mmask8 RowNeighboursZero8(__m256i b0, __m256i b1, __m256i off) {
+    // Byte indices (off, off + 1, none, none), 0x80 for none; off <= 14.
+    const __m256i pair = _mm256_shuffle_epi8(
+        _mm256_or_si256(b0, b1),
+        _mm256_add_epi32(_mm256_or_si256(off, _mm256_slli_epi32(off, 8)),
+                         _mm256_set1_epi32(static_cast<int>(0x80800100u))));
+    return _mm256_testn_epi32_mask(pair, pair);
+}
+
+// As above: the four neighbours of each lane, each zero-extended to 32 bits.
+GME_NEIGHBOURS_AVX512 void RowNeighbourSamples8(__m256i b0, __m256i b1, __m256i off, __m256i* p00,
+                                                __m256i* p10, __m256i* p01, __m256i* p11) {
+    const __m256i at = _mm256_add_epi32(off, _mm256_set1_epi32(static_cast<int>(0x80808000u)));
+    const __m256i right = _mm256_add_epi32(off, _mm256_set1_epi32(static_cast<int>(0x80808001u)));
+    *p00 = _mm256_shuffle_epi8(b0, at);
+    *p10 = _mm256_shuffle_epi8(b0, right);
+    *p01 = _mm256_shuffle_epi8(b1, at);
+    *p11 = _mm256_shuffle_epi8(b1, right);
 }
 
 }  // namespace motion
