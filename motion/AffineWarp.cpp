@@ -4,7 +4,9 @@
 // and sums of the chosen order, the truncation and the clamp. They fetch the four
 // neighbours with two 32-bit gathers per group of pixels: one at (x1, y1), whose low two
 // bytes are P00 and P10, and one two bytes before (x1, y1 + 1), whose high two bytes are
-// P01 and P11; both stay inside the plane whenever the position is inside.
+// P01 and P11; both stay inside the plane whenever the position is inside. On AVX-512 two
+// row loads replace the gathers when the group's positions share a row and span at most
+// 15 samples (motion/NeighbourLoads.h).
 #include "motion/AffineWarp.h"
 
 #include <cstdint>
@@ -12,6 +14,8 @@
 
 #if defined(__x86_64__)
 #include <immintrin.h>
+
+#include "motion/NeighbourLoads.h"
 // GCC 12 reports the intrinsics' own deliberately undefined vectors.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
@@ -233,6 +237,7 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
     const __m256i bytes = _mm256_set1_epi32(0xff);
     const __m256i maxValue = _mm256_set1_epi32(255);
     const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const std::uint8_t* end = j.prev.Row(H - 1) + W;
     WarpError err;
     for (int y = 0; y < H; ++y) {
         const __m512d rowX = _mm512_set1_pd(y * j.a2);
@@ -253,15 +258,28 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
                                 _mm512_cmp_pd_mask(dy, yLimit, _CMP_LT_OQ);
             const __m256i ix = _mm512_cvttpd_epi32(dx);
             const __m256i iy = _mm512_cvttpd_epi32(dy);
-            const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, stride), ix);
-            const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at,
-                                                            j.prev.data, 1);
-            const __m256i g1 = _mm256_mmask_i32gather_epi32(
-                _mm256_setzero_si256(), in, _mm256_add_epi32(at, strideBefore), j.prev.data, 1);
-            const __m512d p00 = _mm512_cvtepi32_pd(_mm256_and_si256(g0, bytes));
-            const __m512d p10 = _mm512_cvtepi32_pd(_mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes));
-            const __m512d p01 = _mm512_cvtepi32_pd(_mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes));
-            const __m512d p11 = _mm512_cvtepi32_pd(_mm256_srli_epi32(g1, 24));
+            __m256i n00, n10, n01, n11;
+            __m256i off;
+            int x0, y0;
+            if (NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
+                __m256i b0, b1;
+                RowPair16(j.prev.data, j.prev.stride, W, end, x0, y0, &b0, &b1);
+                RowNeighbourSamples8(b0, b1, off, &n00, &n10, &n01, &n11);
+            } else {
+                const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, stride), ix);
+                const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at,
+                                                                j.prev.data, 1);
+                const __m256i g1 = _mm256_mmask_i32gather_epi32(
+                    _mm256_setzero_si256(), in, _mm256_add_epi32(at, strideBefore), j.prev.data, 1);
+                n00 = _mm256_and_si256(g0, bytes);
+                n10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
+                n01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
+                n11 = _mm256_srli_epi32(g1, 24);
+            }
+            const __m512d p00 = _mm512_cvtepi32_pd(n00);
+            const __m512d p10 = _mm512_cvtepi32_pd(n10);
+            const __m512d p01 = _mm512_cvtepi32_pd(n01);
+            const __m512d p11 = _mm512_cvtepi32_pd(n11);
             const __m512d x1 = _mm512_cvtepi32_pd(ix);
             const __m512d y1 = _mm512_cvtepi32_pd(iy);
             const __m512d fx = _mm512_sub_pd(dx, x1);
