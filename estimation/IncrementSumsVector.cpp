@@ -79,13 +79,14 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
                   _mm512_cmp_pd_mask(dy, f.lastY, _CMP_LT_OQ);
     if (!in)
         return 0;
-    const __m256i ix = _mm512_cvttpd_epi32(dx);
-    const __m256i iy = _mm512_cvttpd_epi32(dy);
-    __m256i p00, p10, p01, p11;
-    __m256i off;
+    // The neighbours' position and the samples in 64-bit lanes (see NeighbourLoads.h).
+    const __m512i ix = _mm512_cvttpd_epi64(dx);
+    const __m512i iy = _mm512_cvttpd_epi64(dy);
+    __m512i p00, p10, p01, p11;
+    __m512i off;
     int x0, y0;
     if (motion::NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
-        __m256i b0, b1;
+        __m512i b0, b1;
         if (maskForm) {
             motion::RowPair16(p.select.data, p.select.stride, W, f.selectEnd, x0, y0, &b0, &b1);
             in &= motion::RowNeighboursZero8(b0, b1, off);
@@ -95,10 +96,12 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
         motion::RowPair16(p.previous.data, p.previous.stride, W, f.previousEnd, x0, y0, &b0, &b1);
         motion::RowNeighbourSamples8(b0, b1, off, &p00, &p10, &p01, &p11);
     } else {
+        const __m256i ix32 = _mm512_cvtepi64_epi32(ix);
+        const __m256i iy32 = _mm512_cvtepi64_epi32(iy);
         if (maskForm) {
             // The mask at the four neighbours, as the samples below: all four must be 0.
             const int ms = static_cast<int>(p.select.stride);
-            const __m256i mat = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(ms)), ix);
+            const __m256i mat = _mm256_add_epi32(_mm256_mullo_epi32(iy32, _mm256_set1_epi32(ms)), ix32);
             const __m256i m0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, mat, p.select.data, 1);
             in &= _mm256_testn_epi32_mask(m0, _mm256_set1_epi32(0xffff));
             if (!in)
@@ -113,33 +116,33 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
         // P00, P10 are the low bytes of a gather at (x1, y1); P01, P11 the high bytes of
         // one two bytes early at (x1, y1 + 1), which stays inside the plane.
         const int stride = static_cast<int>(p.previous.stride);
-        const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, _mm256_set1_epi32(stride)), ix);
+        const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy32, _mm256_set1_epi32(stride)), ix32);
         const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, p.previous.data, 1);
         const __m256i g1 = _mm256_mmask_i32gather_epi32(
             _mm256_setzero_si256(), in, _mm256_add_epi32(at, _mm256_set1_epi32(stride - 2)),
             p.previous.data, 1);
         const __m256i bytes = _mm256_set1_epi32(0xff);
-        p00 = _mm256_and_si256(g0, bytes);
-        p10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
-        p01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
-        p11 = _mm256_srli_epi32(g1, 24);
+        p00 = _mm512_cvtepu32_epi64(_mm256_and_si256(g0, bytes));
+        p10 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes));
+        p01 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes));
+        p11 = _mm512_cvtepu32_epi64(_mm256_srli_epi32(g1, 24));
     }
     // Four equal neighbours give two zero gradients: such a pixel is left out.
-    in &= ~(_mm256_cmpeq_epi32_mask(p00, p10) & _mm256_cmpeq_epi32_mask(p00, p01) &
-            _mm256_cmpeq_epi32_mask(p00, p11));
+    in &= ~(_mm512_cmpeq_epi64_mask(p00, p10) & _mm512_cmpeq_epi64_mask(p00, p01) &
+            _mm512_cmpeq_epi64_mask(p00, p11));
     if (!in)
         return 0;
-    const __m512d q00 = _mm512_cvtepi32_pd(p00);
-    const __m512d q10 = _mm512_cvtepi32_pd(p10);
-    const __m512d q01 = _mm512_cvtepi32_pd(p01);
-    const __m512d q11 = _mm512_cvtepi32_pd(p11);
+    const __m512d q00 = _mm512_cvtepi64_pd(p00);
+    const __m512d q10 = _mm512_cvtepi64_pd(p10);
+    const __m512d q01 = _mm512_cvtepi64_pd(p01);
+    const __m512d q11 = _mm512_cvtepi64_pd(p11);
     const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
-    const __m512d cv = _mm512_cvtepi32_pd(
-        _mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(live, p.current.Row(y) + x)));
+    const __m512d cv = _mm512_cvtepi64_pd(
+        _mm512_cvtepu8_epi64(_mm_maskz_loadu_epi8(live, p.current.Row(y) + x)));
 
     const __m512d one = _mm512_set1_pd(1.0);
-    const __m512d dk = _mm512_sub_pd(dx, _mm512_cvtepi32_pd(ix));
-    const __m512d dl = _mm512_sub_pd(dy, _mm512_cvtepi32_pd(iy));
+    const __m512d dk = _mm512_sub_pd(dx, _mm512_cvtepi64_pd(ix));
+    const __m512d dl = _mm512_sub_pd(dy, _mm512_cvtepi64_pd(iy));
     const __m512d omk = _mm512_sub_pd(one, dk);
     const __m512d oml = _mm512_sub_pd(one, dl);
     // bilin = P00 (1 - dk)(1 - dl) + P10 dk (1 - dl) + P01 (1 - dk) dl + P11 dk dl

@@ -256,32 +256,34 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
                                 _mm512_cmp_pd_mask(dx, xLimit, _CMP_LT_OQ) &
                                 _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
                                 _mm512_cmp_pd_mask(dy, yLimit, _CMP_LT_OQ);
-            const __m256i ix = _mm512_cvttpd_epi32(dx);
-            const __m256i iy = _mm512_cvttpd_epi32(dy);
-            __m256i n00, n10, n01, n11;
-            __m256i off;
+            // Positions and samples in 64-bit lanes (see NeighbourLoads.h).
+            const __m512i ix = _mm512_cvttpd_epi64(dx);
+            const __m512i iy = _mm512_cvttpd_epi64(dy);
+            __m512i n00, n10, n01, n11;
+            __m512i off;
             int x0, y0;
             if (NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
-                __m256i b0, b1;
+                __m512i b0, b1;
                 RowPair16(j.prev.data, j.prev.stride, W, end, x0, y0, &b0, &b1);
                 RowNeighbourSamples8(b0, b1, off, &n00, &n10, &n01, &n11);
             } else {
-                const __m256i at = _mm256_add_epi32(_mm256_mullo_epi32(iy, stride), ix);
+                const __m256i at = _mm256_add_epi32(
+                    _mm256_mullo_epi32(_mm512_cvtepi64_epi32(iy), stride), _mm512_cvtepi64_epi32(ix));
                 const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at,
                                                                 j.prev.data, 1);
                 const __m256i g1 = _mm256_mmask_i32gather_epi32(
                     _mm256_setzero_si256(), in, _mm256_add_epi32(at, strideBefore), j.prev.data, 1);
-                n00 = _mm256_and_si256(g0, bytes);
-                n10 = _mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes);
-                n01 = _mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes);
-                n11 = _mm256_srli_epi32(g1, 24);
+                n00 = _mm512_cvtepu32_epi64(_mm256_and_si256(g0, bytes));
+                n10 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes));
+                n01 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes));
+                n11 = _mm512_cvtepu32_epi64(_mm256_srli_epi32(g1, 24));
             }
-            const __m512d p00 = _mm512_cvtepi32_pd(n00);
-            const __m512d p10 = _mm512_cvtepi32_pd(n10);
-            const __m512d p01 = _mm512_cvtepi32_pd(n01);
-            const __m512d p11 = _mm512_cvtepi32_pd(n11);
-            const __m512d x1 = _mm512_cvtepi32_pd(ix);
-            const __m512d y1 = _mm512_cvtepi32_pd(iy);
+            const __m512d p00 = _mm512_cvtepi64_pd(n00);
+            const __m512d p10 = _mm512_cvtepi64_pd(n10);
+            const __m512d p01 = _mm512_cvtepi64_pd(n01);
+            const __m512d p11 = _mm512_cvtepi64_pd(n11);
+            const __m512d x1 = _mm512_cvtepi64_pd(ix);
+            const __m512d y1 = _mm512_cvtepi64_pd(iy);
             const __m512d fx = _mm512_sub_pd(dx, x1);
             const __m512d gx = _mm512_sub_pd(_mm512_add_pd(x1, one), dx);
             const __m512d fy = _mm512_sub_pd(dy, y1);

@@ -19,64 +19,66 @@
 
 namespace motion {
 
+// Positions, offsets and samples are 64-bit lanes: converting those to and from doubles
+// takes one instruction that stays within its lane.
+
 // Where the lanes `in` (of positions (ix, iy)) lie from lane 0's position (*x0, *y0):
 // true with their offsets in *off when lane 0 takes part and every lane that takes part
 // shares its row, 0 to 14 samples to its right.
-GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m256i ix, __m256i iy, __mmask8 in, __m256i* off,
+GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m512i ix, __m512i iy, __mmask8 in, __m512i* off,
                                         int* x0, int* y0) {
     if (!(in & 1))
         return false;
-    const __m256i ix0 = _mm256_broadcastd_epi32(_mm256_castsi256_si128(ix));
-    const __m256i iy0 = _mm256_broadcastd_epi32(_mm256_castsi256_si128(iy));
-    *off = _mm256_sub_epi32(ix, ix0);
-    const __mmask8 near = _mm256_cmpeq_epi32_mask(iy, iy0) &
-                          _mm256_cmplt_epu32_mask(*off, _mm256_set1_epi32(15));
+    const __m512i ix0 = _mm512_broadcastq_epi64(_mm512_castsi512_si128(ix));
+    const __m512i iy0 = _mm512_broadcastq_epi64(_mm512_castsi512_si128(iy));
+    *off = _mm512_sub_epi64(ix, ix0);
+    const __mmask8 near = _mm512_cmpeq_epi64_mask(iy, iy0) &
+                          _mm512_cmplt_epu64_mask(*off, _mm512_set1_epi64(15));
     if (in & ~near)
         return false;
-    *x0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(ix));
-    *y0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(iy));
+    *x0 = static_cast<int>(_mm_cvtsi128_si64(_mm512_castsi512_si128(ix)));
+    *y0 = static_cast<int>(_mm_cvtsi128_si64(_mm512_castsi512_si128(iy)));
     return true;
 }
 
 // For an 8-bit plane of W samples a row, rows `stride` apart, ending at `end` (one past
-// its last sample): the sixteen bytes from (x0, y0) in both halves of *b0 and those from
-// (x0, y0 + 1) in *b1, zeros past the end of the plane (not read).
+// its last sample): the sixteen bytes from (x0, y0) in every 128-bit lane of *b0 and those
+// from (x0, y0 + 1) in *b1, zeros past the end of the plane (not read).
 GME_NEIGHBOURS_AVX512 void RowPair16(const std::uint8_t* data, std::ptrdiff_t stride, int W,
-                                     const std::uint8_t* end, int x0, int y0, __m256i* b0,
-                                     __m256i* b1) {
+                                     const std::uint8_t* end, int x0, int y0, __m512i* b0,
+                                     __m512i* b1) {
     const std::uint8_t* r0 = data + y0 * stride + x0;
     if (end - (r0 + stride) >= 16) {
-        *b0 = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
-        *b1 = _mm256_broadcastsi128_si256(
-            _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + stride)));
+        *b0 = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
+        *b1 = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + stride)));
     } else {
         const __mmask16 avail = W - x0 >= 16 ? static_cast<__mmask16>(0xffff)
                                              : static_cast<__mmask16>((1u << (W - x0)) - 1);
-        *b0 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0));
-        *b1 = _mm256_broadcastsi128_si256(_mm_maskz_loadu_epi8(avail, r0 + stride));
+        *b0 = _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(avail, r0));
+        *b1 = _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(avail, r0 + stride));
     }
 }
 
 // For lanes near lane 0's position (x0, y0) at offsets `off` (see NearLaneZero), from
 // the rows of RowPair16: whether the plane is 0 at all four neighbours of each lane.
-GME_NEIGHBOURS_AVX512 __mmask8 RowNeighboursZero8(__m256i b0, __m256i b1, __m256i off) {
-    // Byte indices (off, off + 1, none, none), 0x80 for none; off <= 14.
-    const __m256i pair = _mm256_shuffle_epi8(
-        _mm256_or_si256(b0, b1),
-        _mm256_add_epi32(_mm256_or_si256(off, _mm256_slli_epi32(off, 8)),
-                         _mm256_set1_epi32(static_cast<int>(0x80800100u))));
-    return _mm256_testn_epi32_mask(pair, pair);
+GME_NEIGHBOURS_AVX512 __mmask8 RowNeighboursZero8(__m512i b0, __m512i b1, __m512i off) {
+    // Byte indices (off, off + 1, none, ...), 0x80 for none; off <= 14.
+    const __m512i pair = _mm512_shuffle_epi8(
+        _mm512_or_si512(b0, b1),
+        _mm512_add_epi64(_mm512_or_si512(off, _mm512_slli_epi64(off, 8)),
+                         _mm512_set1_epi64(static_cast<long long>(0x8080808080800100ull))));
+    return _mm512_testn_epi64_mask(pair, pair);
 }
 
-// As above: the four neighbours of each lane, each zero-extended to 32 bits.
-GME_NEIGHBOURS_AVX512 void RowNeighbourSamples8(__m256i b0, __m256i b1, __m256i off, __m256i* p00,
-                                                __m256i* p10, __m256i* p01, __m256i* p11) {
-    const __m256i at = _mm256_add_epi32(off, _mm256_set1_epi32(static_cast<int>(0x80808000u)));
-    const __m256i right = _mm256_add_epi32(off, _mm256_set1_epi32(static_cast<int>(0x80808001u)));
-    *p00 = _mm256_shuffle_epi8(b0, at);
-    *p10 = _mm256_shuffle_epi8(b0, right);
-    *p01 = _mm256_shuffle_epi8(b1, at);
-    *p11 = _mm256_shuffle_epi8(b1, right);
+// As above: the four neighbours of each lane, each zero-extended to 64 bits.
+GME_NEIGHBOURS_AVX512 void RowNeighbourSamples8(__m512i b0, __m512i b1, __m512i off, __m512i* p00,
+                                                __m512i* p10, __m512i* p01, __m512i* p11) {
+    const __m512i at = _mm512_add_epi64(off, _mm512_set1_epi64(static_cast<long long>(0x8080808080808000ull)));
+    const __m512i right = _mm512_add_epi64(off, _mm512_set1_epi64(static_cast<long long>(0x8080808080808001ull)));
+    *p00 = _mm512_shuffle_epi8(b0, at);
+    *p10 = _mm512_shuffle_epi8(b0, right);
+    *p01 = _mm512_shuffle_epi8(b1, at);
+    *p11 = _mm512_shuffle_epi8(b1, right);
 }
 
 }  // namespace motion
