@@ -3,14 +3,15 @@
 // Both work in two steps. First the per-pixel terms of a group of consecutive pixels of a
 // row (4 or 8, one per lane) are computed side by side, each lane exactly the scalar
 // operations of the plain path in their order; the group is transposed into one record
-// per pixel, (dedp[0..5], e, 0), and stored. Only the pixels that take part and lie
-// between neighbours that are not all equal count: four equal neighbours give zero
-// gradients, whose products are all +0 or -0, and adding those leaves every sum as it is
-// (a sum that starts at +0 never becomes -0). Then the records are added one after the
-// other in summation order: for every row i of M, the record times dedp[i] gives
-// dedp[i] dedp[j] in lane j and dedp[i] e in lane 6, added lane by lane into that row's
-// running sums. So each of the 27 sums takes its terms in pixel order, one rounding per
-// addition, as the plain loop does; the other lanes carry duplicates that are never read.
+// per pixel and stored. Only the pixels that take part and lie between neighbours that
+// are not all equal count: four equal neighbours give zero gradients, whose products are
+// all +0 or -0, and adding those leaves every sum as it is (a sum that starts at +0 never
+// becomes -0). Then the records are added one after the other in summation order: each
+// record gives the products d[i] d[j] and d[i] e (d = dedp) in fixed lanes of a few
+// vectors (AVX2: the record times each d[i] and e; AVX-512: see AddRecord8), added lane by
+// lane into running sums. So each of the 27 sums takes its terms in pixel order, one
+// rounding per addition, as the plain loop does; the other lanes carry duplicates that
+// are never read.
 //
 // The threshold form queues the records of a row and adds them at its end. The mask form,
 // whose order is column by column, works on strips of columns: it stores the records of
@@ -164,7 +165,7 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     v[4] = _mm512_mul_pd(xs, dIdy);
     v[5] = _mm512_mul_pd(ys, dIdy);
     v[6] = _mm512_maskz_sub_pd(in, bilin, cv);
-    v[7] = zero;
+    v[7] = dIdx;
     return in;
 }
 
@@ -194,52 +195,76 @@ GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v
     }
 }
 
-// The six running sums stay in registers through the loop.
-GME_AVX512 inline void Add8(const double* records, std::size_t n, __m512d sums[6]) {
-    __m512d s0 = sums[0], s1 = sums[1], s2 = sums[2], s3 = sums[3], s4 = sums[4], s5 = sums[5];
-    for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8) {
-        const __m512d d = _mm512_load_pd(r);
-        s0 = _mm512_add_pd(s0, _mm512_mul_pd(d, _mm512_set1_pd(r[0])));
-        s1 = _mm512_add_pd(s1, _mm512_mul_pd(d, _mm512_set1_pd(r[1])));
-        s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_set1_pd(r[2])));
-        s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_set1_pd(r[3])));
-        s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_set1_pd(r[4])));
-        s5 = _mm512_add_pd(s5, _mm512_mul_pd(d, _mm512_set1_pd(r[5])));
-    }
-    sums[0] = s0, sums[1] = s1, sums[2] = s2, sums[3] = s3, sums[4] = s4, sums[5] = s5;
+// The AVX-512 record of a pixel is r = (d0, d1, d2, d3, d4, d5, e, d0), d = dedp. Five
+// products of r with parts of itself repeated, (d0 d1 d2 d3 d0 d1 d2 d3), (d4 d5 d4 d5
+// ...), (d1 d2 d1 d2 ...), (d3 d4 d5 e d3 d4 d5 e) and (d2 d3 d4 d5 d2 d3 d4 d5), hold
+// every product of M and b in some lane (kSumLanes); the five running sums add them up
+// lane by lane. Each product is the plain path's, d[i] d[j] or d[i] e, in either order.
+struct Sums8 {
+    __m512d s[5];
+};
+
+GME_AVX512 __attribute__((always_inline)) inline void AddRecord8(const double* r, __m512d& s0,
+                                                                 __m512d& s1, __m512d& s2,
+                                                                 __m512d& s3, __m512d& s4) {
+    const __m512d d = _mm512_load_pd(r);
+    s0 = _mm512_add_pd(s0, _mm512_mul_pd(d, _mm512_broadcast_f64x4(_mm256_loadu_pd(r))));
+    s1 = _mm512_add_pd(s1, _mm512_mul_pd(d, _mm512_broadcast_f64x2(_mm_loadu_pd(r + 4))));
+    s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_broadcast_f64x2(_mm_loadu_pd(r + 1))));
+    s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_broadcast_f64x4(_mm256_loadu_pd(r + 3))));
+    s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_broadcast_f64x4(_mm256_loadu_pd(r + 2))));
+}
+
+// The n records from `records` one after the other. The sums stay in registers.
+GME_AVX512 inline void Add8(const double* records, std::size_t n, Sums8& sums) {
+    __m512d s0 = sums.s[0], s1 = sums.s[1], s2 = sums.s[2], s3 = sums.s[3], s4 = sums.s[4];
+    for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8)
+        AddRecord8(r, s0, s1, s2, s3, s4);
+    sums.s[0] = s0, sums.s[1] = s1, sums.s[2] = s2, sums.s[3] = s3, sums.s[4] = s4;
 }
 
 // Adds the records of one column of a strip in row order: the record of row y at
 // column + 64 y, taking part where takes[y] has `bit` set; takes holds `rows` entries,
 // a multiple of 64.
 GME_AVX512 inline void AddColumn8(const double* column, const std::uint8_t* takes, int rows,
-                                  std::uint8_t bit, __m512d sums[6]) {
-    __m512d s0 = sums[0], s1 = sums[1], s2 = sums[2], s3 = sums[3], s4 = sums[4], s5 = sums[5];
+                                  std::uint8_t bit, Sums8& sums) {
+    __m512d s0 = sums.s[0], s1 = sums.s[1], s2 = sums.s[2], s3 = sums.s[3], s4 = sums.s[4];
     const __m512i select = _mm512_set1_epi8(static_cast<char>(bit));
     for (int y0 = 0; y0 < rows; y0 += 64) {
         std::uint64_t rest = _mm512_test_epi8_mask(_mm512_loadu_si512(takes + y0), select);
         while (rest) {
-            const double* r = column + 64 * static_cast<std::ptrdiff_t>(y0 + __builtin_ctzll(rest));
+            const int y = y0 + __builtin_ctzll(rest);
             rest &= rest - 1;
-            const __m512d d = _mm512_load_pd(r);
-            s0 = _mm512_add_pd(s0, _mm512_mul_pd(d, _mm512_set1_pd(r[0])));
-            s1 = _mm512_add_pd(s1, _mm512_mul_pd(d, _mm512_set1_pd(r[1])));
-            s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_set1_pd(r[2])));
-            s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_set1_pd(r[3])));
-            s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_set1_pd(r[4])));
-            s5 = _mm512_add_pd(s5, _mm512_mul_pd(d, _mm512_set1_pd(r[5])));
+            AddRecord8(column + 64 * static_cast<std::ptrdiff_t>(y), s0, s1, s2, s3, s4);
         }
     }
-    sums[0] = s0, sums[1] = s1, sums[2] = s2, sums[3] = s3, sums[4] = s4, sums[5] = s5;
+    sums.s[0] = s0, sums.s[1] = s1, sums.s[2] = s2, sums.s[3] = s3, sums.s[4] = s4;
 }
 
-GME_AVX512 void Store8(const __m512d sums[6], NormalEquations* out) {
-    for (int i = 0; i < 6; ++i) {
-        alignas(64) double lane[8];
-        _mm512_store_pd(lane, sums[i]);
-        for (int j = 0; j <= i; ++j)
-            out->M[i * 6 + j] = lane[j];
-        out->b[i] = lane[6];
+// Where each sum of M (lower triangle, column j <= row i) and b (j = -1) is: running
+// sum, lane.
+struct SumLane {
+    int sum, lane, i, j;
+};
+constexpr SumLane kSumLanes[27] = {
+    {0, 0, 0, 0}, {0, 1, 1, 1}, {0, 2, 2, 2}, {0, 3, 3, 3}, {0, 4, 4, 0}, {0, 5, 5, 1},
+    {0, 6, 2, -1}, {0, 7, 3, 0},
+    {1, 2, 4, 2}, {1, 3, 5, 3}, {1, 4, 4, 4}, {1, 5, 5, 5}, {1, 6, 4, -1}, {1, 7, 5, 0},
+    {2, 0, 1, 0}, {2, 1, 2, 1}, {2, 3, 3, 2}, {2, 4, 4, 1}, {2, 5, 5, 2}, {2, 6, 1, -1},
+    {2, 7, 2, 0},
+    {3, 3, 3, -1}, {3, 4, 4, 3}, {3, 5, 5, 4}, {3, 6, 5, -1}, {3, 7, 0, -1},
+    {4, 1, 3, 1}};
+
+GME_AVX512 void Store8(const Sums8& sums, NormalEquations* out) {
+    alignas(64) double lane[5][8];
+    for (int k = 0; k < 5; ++k)
+        _mm512_store_pd(lane[k], sums.s[k]);
+    for (const SumLane& l : kSumLanes) {
+        const double v = lane[l.sum][l.lane];
+        if (l.j < 0)
+            out->b[l.i] = v;
+        else
+            out->M[l.i * 6 + l.j] = v;
     }
 }
 
@@ -437,9 +462,7 @@ GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquat
     s.takes.resize(static_cast<std::size_t>(rows));
     std::uint8_t* takes = s.takes.data();
     std::memset(takes + H, 0, static_cast<std::size_t>(rows - H));
-    __m512d sums[6];
-    for (__m512d& v : sums)
-        v = _mm512_setzero_pd();
+    Sums8 sums = {};
     for (int x = 0; x < W; x += 8) {
         const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
         const __m512d xs = Columns8(x);
@@ -464,9 +487,7 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
     const int W = f.W;
     const int H = f.H;
     double* records = s.Records(static_cast<std::size_t>(W) + 8);
-    __m512d sums[6];
-    for (__m512d& v : sums)
-        v = _mm512_setzero_pd();
+    Sums8 sums = {};
     for (int y = 0; y < H; ++y) {
         const std::uint8_t* use = p.select.Row(y);
         std::size_t n = 0;
