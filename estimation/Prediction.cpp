@@ -4,7 +4,9 @@
 
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/PlaneCheck.h"
+#include "estimation/PredictionError.h"
 #include "image/PlaneView.h"
+#include "numeric/VectorUnit.h"
 #include "numeric/numeric.h"
 
 using estimation::Covers;
@@ -12,24 +14,6 @@ using estimation::Covers;
 namespace {
 
 constexpr int kCandidates = 4;   // zero, past, acceleration, average: ties go to the earlier
-
-// Sum of |previous(xs[x], ys[x]) - current(x, y)| over the x of row y whose position lies
-// inside W x H with the mask 0 there. An integer sum: any pixel order gives it.
-long long RowError(const ormel::PlaneView& cur, const ormel::PlaneView& prev, const ormel::PlaneView& mask, int y,
-                   const int* xs, const int* ys) {
-    const int W = cur.width;
-    const int H = cur.height;
-    const unsigned char* c = cur.Row(y);
-    long long sum = 0;
-    for (int x = 0; x < W; ++x) {
-        const int xp = xs[x];
-        const int yp = ys[x];
-        if (xp < 0 || xp >= W || yp < 0 || yp >= H || mask.Row(yp)[xp] != 0)
-            continue;
-        sum += std::abs(prev.Row(yp)[xp] - c[x]);
-    }
-    return sum;
-}
 
 // Index of the smallest of err[0 .. kCandidates - 1], the first one on ties.
 int FirstMinimum(const long long* err) {
@@ -75,15 +59,9 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
         const int x1 = dx[k] > 0 ? W - dx[k] : W;
         const int y0 = dy[k] < 0 ? -dy[k] : 0;
         const int y1 = dy[k] > 0 ? H - dy[k] : H;
-        for (int y = y0; y < y1; ++y) {
-            const unsigned char* c = cur.Row(y);
-            const unsigned char* p = prev.Row(y + dy[k]) + dx[k];
-            const unsigned char* m = mask.Row(y + dy[k]) + dx[k];
-            long long row = 0;
-            for (int x = x0; x < x1; ++x)
-                row += m[x] == 0 ? std::abs(p[x] - c[x]) : 0;
-            saerr[k] += row;
-        }
+        for (int y = y0; y < y1; ++y)
+            saerr[k] += estimation::MaskedRowError(cur.Row(y) + x0, prev.Row(y + dy[k]) + dx[k] + x0,
+                                                   mask.Row(y + dy[k]) + dx[k] + x0, x1 - x0);
     }
     int best = FirstMinimum(saerr);
     a[0] = dx[best];
@@ -98,7 +76,6 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
     estimation::Workspace& w = scratch;
     const size_t n = static_cast<size_t>(W);
     w.predictColumns.resize(2 * n * kCandidates);
-    w.predictPositions.resize(2 * n);
     double* colX = w.predictColumns.data();   // candidate k: colX[k * n + x]
     double* colY = colX + kCandidates * n;
     for (int k = 1; k < kCandidates; ++k)
@@ -106,23 +83,16 @@ void BinGlobalMotionEstimator::Predict(ormel::YUVImage& current, ormel::YUVImage
             colX[k * n + x] = a[0] + x * cand[k][1];
             colY[k * n + x] = a[3] + x * cand[k][4];
         }
-    int* xs = w.predictPositions.data();
-    int* ys = xs + n;
     // The first candidate moves every pixel by the whole translation (a[0], a[3]): its
     // score is the one the translation stage gave that translation.
     saerr[0] = saerr[best];
-    for (int k = 1; k < kCandidates; ++k)
+    const numeric::VectorUnit unit = numeric::BestVectorUnit();
+    for (int k = 1; k < kCandidates; ++k) {
         saerr[k] = 0;
-    for (int y = 0; y < H; ++y) {
-        for (int k = 1; k < kCandidates; ++k) {
-            const double rowX = y * cand[k][2];
-            const double rowY = y * cand[k][5];
-            for (int x = 0; x < W; ++x) {
-                xs[x] = CoRound(colX[k * n + x] + rowX);
-                ys[x] = CoRound(colY[k * n + x] + rowY);
-            }
-            saerr[k] += RowError(cur, prev, mask, y, xs, ys);
-        }
+        for (int y = 0; y < H; ++y)
+            saerr[k] += estimation::PredictionRowError(
+                ormel::ConstView(cur), ormel::ConstView(prev), ormel::ConstView(mask), y,
+                colX + k * n, colY + k * n, y * cand[k][2], y * cand[k][5], unit);
     }
     best = FirstMinimum(saerr);
     a[1] = cand[best][1];

@@ -34,7 +34,6 @@ struct Workspace {
     std::vector<std::uint8_t> compensated, okRows;
     std::vector<std::uint8_t> pyramidRows;   // GaussFilter's filtered rows
     std::vector<double> predictColumns;      // Predict's per-column position terms
-    std::vector<int> predictPositions;       // and one row of rounded positions
     // The pyramids of the drivers: the current frame's, the previous frame's and the
     // object mask's (a copy, which also restores a rejected pair's mask).
     FramePyramid current, previous, mask;

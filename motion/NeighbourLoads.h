@@ -59,6 +59,12 @@ GME_NEIGHBOURS_AVX512 void RowPair16(const std::uint8_t* data, std::ptrdiff_t st
     }
 }
 
+// The byte indices of the lanes' positions in a row loaded from lane 0's for their
+// offsets `off` (see NearLaneZero): off, then none (0x80) for the other seven bytes.
+GME_NEIGHBOURS_AVX512 __m512i SampleIndex(__m512i off) {
+    return _mm512_add_epi64(off, _mm512_set1_epi64(static_cast<long long>(0x8080808080808000ull)));
+}
+
 // For lanes near lane 0's position (x0, y0) at offsets `off` (see NearLaneZero), from
 // the rows of RowPair16: whether the plane is 0 at all four neighbours of each lane.
 GME_NEIGHBOURS_AVX512 __mmask8 RowNeighboursZero8(__m512i b0, __m512i b1, __m512i off) {
@@ -73,8 +79,8 @@ GME_NEIGHBOURS_AVX512 __mmask8 RowNeighboursZero8(__m512i b0, __m512i b1, __m512
 // As above: the four neighbours of each lane, each zero-extended to 64 bits.
 GME_NEIGHBOURS_AVX512 void RowNeighbourSamples8(__m512i b0, __m512i b1, __m512i off, __m512i* p00,
                                                 __m512i* p10, __m512i* p01, __m512i* p11) {
-    const __m512i at = _mm512_add_epi64(off, _mm512_set1_epi64(static_cast<long long>(0x8080808080808000ull)));
-    const __m512i right = _mm512_add_epi64(off, _mm512_set1_epi64(static_cast<long long>(0x8080808080808001ull)));
+    const __m512i at = SampleIndex(off);
+    const __m512i right = _mm512_add_epi64(at, _mm512_set1_epi64(1));
     *p00 = _mm512_shuffle_epi8(b0, at);
     *p10 = _mm512_shuffle_epi8(b0, right);
     *p01 = _mm512_shuffle_epi8(b1, at);

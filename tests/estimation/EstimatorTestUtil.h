@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "estimation/BinGlobalMotionEstimator.h"
+#include "estimation/PredictionError.h"
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
 #include "numeric/numeric.h"

@@ -115,3 +115,48 @@ TEST_F(Predict, RandomFramesMasksAndHistoriesAsThePlainLoops) {
         EXPECT_EQ(Six(a), Six(want)) << "trial " << trial;
     }
 }
+
+// One row of the linear-term score on every vector unit against the formula, on odd
+// planes: translations with fractions at and around one half (rounding away from zero,
+// positions just outside every edge), small rotations and zooms (positions that leave
+// the group's row or spread), and positions that are not a number or too large for an
+// int.
+TEST(PredictionRowError, EveryUnitMatchesTheFormula) {
+    std::mt19937 rng(8);
+    for (const int size : {9, 23, 45}) {
+        const int W = size + 2, H = size;
+        std::vector<std::uint8_t> cur(W * H), prev(W * H), mask(W * H);
+        for (int i = 0; i < W * H; ++i) {
+            cur[i] = static_cast<std::uint8_t>(rng());
+            prev[i] = static_cast<std::uint8_t>(rng());
+            mask[i] = rng() % 7 == 0 ? 255 : 0;
+        }
+        const ormel::ConstPlaneView c{cur.data(), W, H, W}, p{prev.data(), W, H, W},
+            m{mask.data(), W, H, W};
+        const double translations[] = {-0.5, -0.49, 0.5, 2.5, -3.5, W - 1.5, -W + 0.5, 0.25};
+        const double linears[][4] = {{1, 0, 0, 1}, {1.01, 0.02, -0.03, 0.98}, {2.2, 0, 0, 1},
+                                     {1, 0.5, 0.4, 1}, {NAN, 0, 0, 1}, {1e12, 0, 0, -1e12}};
+        for (double t : translations)
+            for (auto& l : linears) {
+                std::vector<double> colX(W), colY(W);
+                for (int x = 0; x < W; ++x) {
+                    colX[x] = t + x * l[0];
+                    colY[x] = -t / 2 + x * l[2];
+                }
+                for (int y = 0; y < H; ++y) {
+                    long long want = 0;
+                    for (int x = 0; x < W; ++x) {
+                        const int xp = CoRound(colX[x] + y * l[1]), yp = CoRound(colY[x] + y * l[3]);
+                        if (xp >= 0 && xp < W && yp >= 0 && yp < H && !mask[yp * W + xp])
+                            want += std::abs(prev[yp * W + xp] - cur[y * W + x]);
+                    }
+                    for (numeric::VectorUnit unit : numeric::AvailableVectorUnits())
+                        ASSERT_EQ(estimation::PredictionRowError(c, p, m, y, colX.data(), colY.data(),
+                                                                 y * l[1], y * l[3], unit),
+                                  want)
+                            << numeric::VectorUnitName(unit) << " " << W << "x" << H << " t " << t
+                            << " row " << y;
+                }
+            }
+    }
+}
