@@ -360,14 +360,15 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
                                                            _mm256_mul_pd(_mm256_sub_pd(q11, q10), dk)));
     const __m256d xs = _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(x), _mm_setr_epi32(0, 1, 2, 3)));
     const __m256d ys = _mm256_set1_pd(y);
+    // The record (d0, d1, d2, d3, e, d4, d5, d0): see AddRecord4.
     v[0] = dIdx;
     v[1] = _mm256_mul_pd(xs, dIdx);
     v[2] = _mm256_mul_pd(ys, dIdx);
     v[3] = dIdy;
-    v[4] = _mm256_mul_pd(xs, dIdy);
-    v[5] = _mm256_mul_pd(ys, dIdy);
-    v[6] = _mm256_and_pd(take, _mm256_sub_pd(bilin, cv));
-    v[7] = zero;
+    v[4] = _mm256_and_pd(take, _mm256_sub_pd(bilin, cv));
+    v[5] = _mm256_mul_pd(xs, dIdy);
+    v[6] = _mm256_mul_pd(ys, dIdy);
+    v[7] = dIdx;
     return _mm_movemask_ps(_mm_castsi128_ps(in));
 }
 
@@ -386,59 +387,58 @@ GME_AVX2 __attribute__((always_inline)) inline void Transpose4(const __m256d v[8
     }
 }
 
-// Running sums of the AVX2 path: low[i] lane j += dedp[j] dedp[i] (j < 4); high4 and
-// high5 lanes 0-2 += (dedp[4], dedp[5], e) dedp[4] or dedp[5]; be lane j += dedp[j] e.
+// The AVX2 record of a pixel is r = (d0, d1, d2, d3, e, d4, d5, d0), d = dedp. Seven
+// products of four of its lanes with four others (kSumLanes4) hold every product of M
+// and b; seven running sums add them up lane by lane, as AddRecord8 does.
 struct Sums4 {
-    __m256d low[6];
-    __m256d high4, high5, be;
+    __m256d s[7];
 };
 
-// The nine running sums stay in registers through the loop.
-GME_AVX2 inline void Add4(const double* records, std::size_t n, Sums4& s) {
-    __m256d l0 = s.low[0], l1 = s.low[1], l2 = s.low[2], l3 = s.low[3], l4 = s.low[4],
-            l5 = s.low[5], h4 = s.high4, h5 = s.high5, be = s.be;
+GME_AVX2 inline void Add4(const double* records, std::size_t n, Sums4& sums) {
+    __m256d s0 = sums.s[0], s1 = sums.s[1], s2 = sums.s[2], s3 = sums.s[3], s4 = sums.s[4],
+            s5 = sums.s[5], s6 = sums.s[6];
     for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8) {
-        const __m256d lo = _mm256_load_pd(r);
-        const __m256d hi = _mm256_load_pd(r + 4);
-        l0 = _mm256_add_pd(l0, _mm256_mul_pd(lo, _mm256_set1_pd(r[0])));
-        l1 = _mm256_add_pd(l1, _mm256_mul_pd(lo, _mm256_set1_pd(r[1])));
-        l2 = _mm256_add_pd(l2, _mm256_mul_pd(lo, _mm256_set1_pd(r[2])));
-        l3 = _mm256_add_pd(l3, _mm256_mul_pd(lo, _mm256_set1_pd(r[3])));
-        l4 = _mm256_add_pd(l4, _mm256_mul_pd(lo, _mm256_set1_pd(r[4])));
-        l5 = _mm256_add_pd(l5, _mm256_mul_pd(lo, _mm256_set1_pd(r[5])));
-        h4 = _mm256_add_pd(h4, _mm256_mul_pd(hi, _mm256_set1_pd(r[4])));
-        h5 = _mm256_add_pd(h5, _mm256_mul_pd(hi, _mm256_set1_pd(r[5])));
-        be = _mm256_add_pd(be, _mm256_mul_pd(lo, _mm256_set1_pd(r[6])));
+        const __m256d f0 = _mm256_load_pd(r);          // d0 d1 d2 d3
+        const __m256d f1 = _mm256_loadu_pd(r + 1);     // d1 d2 d3 e
+        const __m256d f2 = _mm256_loadu_pd(r + 2);     // d2 d3 e d4
+        const __m256d f3 = _mm256_loadu_pd(r + 3);     // d3 e d4 d5
+        const __m256d f4 = _mm256_load_pd(r + 4);      // e d4 d5 d0
+        const __m256d p1 = _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(r + 1));   // d1 d2 d1 d2
+        const __m256d p5 = _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(r + 5));   // d4 d5 d4 d5
+        s0 = _mm256_add_pd(s0, _mm256_mul_pd(f3, p5));
+        s1 = _mm256_add_pd(s1, _mm256_mul_pd(f0, f0));
+        s2 = _mm256_add_pd(s2, _mm256_mul_pd(f0, p5));
+        s3 = _mm256_add_pd(s3, _mm256_mul_pd(f3, f4));
+        s4 = _mm256_add_pd(s4, _mm256_mul_pd(f3, p1));
+        s5 = _mm256_add_pd(s5, _mm256_mul_pd(f2, p1));
+        s6 = _mm256_add_pd(s6, _mm256_mul_pd(f1, _mm256_set1_pd(r[0])));
     }
-    s.low[0] = l0, s.low[1] = l1, s.low[2] = l2, s.low[3] = l3, s.low[4] = l4, s.low[5] = l5;
-    s.high4 = h4, s.high5 = h5, s.be = be;
+    sums.s[0] = s0, sums.s[1] = s1, sums.s[2] = s2, sums.s[3] = s3, sums.s[4] = s4;
+    sums.s[5] = s5, sums.s[6] = s6;
 }
 
-GME_AVX2 void Store4(const Sums4& s, NormalEquations* out) {
-    alignas(32) double lane[4];
-    for (int i = 0; i < 6; ++i) {
-        _mm256_store_pd(lane, s.low[i]);
-        for (int j = 0; j <= i && j < 4; ++j)
-            out->M[i * 6 + j] = lane[j];
-    }
-    _mm256_store_pd(lane, s.high4);
-    out->M[4 * 6 + 4] = lane[0];
-    out->b[4] = lane[2];
-    _mm256_store_pd(lane, s.high5);
-    out->M[5 * 6 + 4] = lane[0];
-    out->M[5 * 6 + 5] = lane[1];
-    out->b[5] = lane[2];
-    _mm256_store_pd(lane, s.be);
-    for (int j = 0; j < 4; ++j)
-        out->b[j] = lane[j];
-}
+// Where each sum of M (lower triangle, column j <= row i) and b (j = -1) is: running
+// sum, lane.
+constexpr SumLane kSumLanes4[27] = {
+    {0, 0, 4, 3}, {0, 1, 5, -1}, {0, 2, 4, 4}, {0, 3, 5, 5},
+    {1, 0, 0, 0}, {1, 1, 1, 1}, {1, 2, 2, 2}, {1, 3, 3, 3},
+    {2, 0, 4, 0}, {2, 1, 5, 1}, {2, 2, 4, 2}, {2, 3, 5, 3},
+    {3, 0, 3, -1}, {3, 1, 4, -1}, {3, 2, 5, 4}, {3, 3, 5, 0},
+    {4, 0, 3, 1}, {4, 1, 2, -1}, {4, 2, 4, 1}, {4, 3, 5, 2},
+    {5, 0, 2, 1}, {5, 1, 3, 2}, {5, 2, 1, -1},
+    {6, 0, 1, 0}, {6, 1, 2, 0}, {6, 2, 3, 0}, {6, 3, 0, -1}};
 
-GME_AVX2 Sums4 ZeroSums4() {
-    Sums4 s;
-    for (__m256d& v : s.low)
-        v = _mm256_setzero_pd();
-    s.high4 = s.high5 = s.be = _mm256_setzero_pd();
-    return s;
+GME_AVX2 void Store4(const Sums4& sums, NormalEquations* out) {
+    alignas(32) double lane[7][4];
+    for (int k = 0; k < 7; ++k)
+        _mm256_store_pd(lane[k], sums.s[k]);
+    for (const SumLane& l : kSumLanes4) {
+        const double v = lane[l.sum][l.lane];
+        if (l.j < 0)
+            out->b[l.i] = v;
+        else
+            out->M[l.i * 6 + l.j] = v;
+    }
 }
 
 // Candidate lanes x .. x + 3: those inside the row.
@@ -523,7 +523,7 @@ GME_AVX2 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations
     const int W = p.current.width;
     const int H = p.current.height;
     double* records = s.Records(4 * static_cast<std::size_t>(H));
-    Sums4 sums = ZeroSums4();
+    Sums4 sums = {};
     // As the AVX-512 path, four columns at a time.
     const std::size_t column = 8 * static_cast<std::size_t>(H);
     for (int x = 0; x < W; x += 4) {
@@ -550,7 +550,7 @@ GME_AVX2 void ThresholdFormAvx2(const Planes& p, IncrementScratch& s, NormalEqua
     const int W = p.current.width;
     const int H = p.current.height;
     double* records = s.Records(static_cast<std::size_t>(W) + 4);
-    Sums4 sums = ZeroSums4();
+    Sums4 sums = {};
     for (int y = 0; y < H; ++y) {
         const std::uint8_t* use = p.select.Row(y);
         std::size_t n = 0;
