@@ -142,8 +142,8 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
         _mm512_cvtepu8_epi64(_mm_maskz_loadu_epi8(live, p.current.Row(y) + x)));
 
     const __m512d one = _mm512_set1_pd(1.0);
-    const __m512d dk = _mm512_sub_pd(dx, _mm512_cvtepi64_pd(ix));
-    const __m512d dl = _mm512_sub_pd(dy, _mm512_cvtepi64_pd(iy));
+    const __m512d dk = _mm512_reduce_pd(dx, motion::kFraction);   // dx - x1 inside
+    const __m512d dl = _mm512_reduce_pd(dy, motion::kFraction);
     const __m512d omk = _mm512_sub_pd(one, dk);
     const __m512d oml = _mm512_sub_pd(one, dl);
     // bilin = P00 (1 - dk)(1 - dl) + P10 dk (1 - dl) + P01 (1 - dk) dl + P11 dk dl

@@ -282,12 +282,13 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
             const __m512d p10 = _mm512_cvtepi64_pd(n10);
             const __m512d p01 = _mm512_cvtepi64_pd(n01);
             const __m512d p11 = _mm512_cvtepi64_pd(n11);
-            const __m512d x1 = _mm512_cvtepi64_pd(ix);
-            const __m512d y1 = _mm512_cvtepi64_pd(iy);
-            const __m512d fx = _mm512_sub_pd(dx, x1);
-            const __m512d gx = _mm512_sub_pd(_mm512_add_pd(x1, one), dx);
-            const __m512d fy = _mm512_sub_pd(dy, y1);
-            const __m512d gy = _mm512_sub_pd(_mm512_add_pd(y1, one), dy);
+            // Inside, fx = dx - x1 is the fraction of dx (exact, as the reduction's), and
+            // gx = (x1 + 1) - dx is the same double as 1 - fx: both subtractions are exact
+            // (fx is a multiple of dx's last place, at least 2^-52 once dx >= 1).
+            const __m512d fx = _mm512_reduce_pd(dx, motion::kFraction);
+            const __m512d gx = _mm512_sub_pd(one, fx);
+            const __m512d fy = _mm512_reduce_pd(dy, motion::kFraction);
+            const __m512d gy = _mm512_sub_pd(one, fy);
             const __m512d s = Bilinear8<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
             __m256i v =
                 _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s), maxValue));

@@ -19,6 +19,11 @@
 
 namespace motion {
 
+// The immediate of _mm512_reduce_pd that gives v - trunc(v): for v >= 0 the fraction
+// v - floor(v), exact and +0 for whole numbers (truncation toward zero, no precision
+// exception).
+constexpr int kFraction = 0x0b;
+
 // Positions, offsets and samples are 64-bit lanes: converting those to and from doubles
 // takes one instruction that stays within its lane.
 

@@ -104,6 +104,8 @@ TEST(IncrementSums, EveryUnitMatchesThePlainLoopsBitForBit) {
                 a[1] = NAN;
             if (trial == 5 || trial == 6)   // eight positions spread over 14 samples, or more
                 a[1] = trial == 5 ? 2.0 : 2.15, a[4] = 0;
+            if (trial == 7)   // whole positions: every weight 0 or 1
+                a[0] = 2, a[3] = -1, a[1] = a[5] = 1, a[2] = a[4] = 0;
             for (bool maskForm : {true, false}) {
                 Plane& select = maskForm ? mask : use;
                 const NormalEquations want = Reference(maskForm, cur, prev, select, a);
