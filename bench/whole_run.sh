@@ -3,7 +3,8 @@
 # the demo scene (30 frames rendered by gme_demo) at 352x288, 720x576 and 1920x1080 or
 # the sizes given. Prints the median and the sum of the printed per-pair times
 # (Estimator + Compensator), the run's wall-clock and processor time, their ratio to that
-# sum, and the run's peak memory (resident set). Needs GNU time (/usr/bin/time).
+# sum, and the run's peak memory (resident set). Needs /usr/bin/python3 and GNU time
+# (/usr/bin/time).
 set -euo pipefail
 build=$(cd "${1:?usage: whole_run.sh BUILD [WxH ...]}" && pwd)
 shift
@@ -15,8 +16,19 @@ echo "whole gme run, demo scene, 30 frames:"
 for size in "${sizes[@]}"; do
     mkdir -p "$work/$size"
     "$build/tools/demo/gme_demo" render "$work/$size" 30 "$size" > /dev/null
-    (cd "$work/$size" &&
-        /usr/bin/time -f "%e %U %S %M" -o time.txt "$build/driver/gme" input output > stdout)
+    # Times to the microsecond from the rusage of GNU time, which waits for gme (that
+    # adds the processor time of a small program); the peak memory from GNU time.
+    (cd "$work/$size" && /usr/bin/python3 -c '
+import os, subprocess, sys, time
+start = time.perf_counter()
+run = subprocess.Popen(sys.argv[1:], stdout=open("stdout", "w"))
+_, status, use = os.wait4(run.pid, 0)
+wall = time.perf_counter() - start
+if status:
+    sys.exit(1)
+peak = int(open("memory.txt").read().split()[-1])
+print(wall, use.ru_utime, use.ru_stime, peak, file=open("time.txt", "w"))
+' /usr/bin/time -f "%M" -o memory.txt "$build/driver/gme" input output)
     awk '/^Compensator time/ { c = $3 } /^Estimator time/ { print 1000 * (c + $3) }' \
         "$work/$size/stdout" | sort -g |
         awk -v size="$size" -v t="$(cat "$work/$size/time.txt")" '

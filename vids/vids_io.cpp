@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "vids/vids.h"
 #include "vids/vids_private.h"
 
@@ -40,14 +43,29 @@ struct Transfer {
 
 bool Asked(const Transfer& x, int c) { return x.use != nullptr && x.use[c] != 0; }
 
+/* Ends the file where `stream`'s position is, if it went on; 0 on success. */
+int CutAtEnd(FILE* stream) {
+    if (fflush(stream) != 0)
+        return 1;
+    const long end = ftell(stream);
+    struct stat st;
+    if (end < 0 || fstat(fileno(stream), &st) != 0)
+        return 1;
+    return st.st_size > end && ftruncate(fileno(stream), end) != 0 ? 1 : 0;
+}
+
 /* Growing past the last record with 0x1000: the record takes the new temporal size and
  * the description is rewritten at once. Called once the samples are on disk, so that a
- * failed write leaves a description of what the file holds. */
+ * failed write leaves a description of what the file holds. The text is written over the
+ * old one, which is cut only where it was longer: emptying the file first would make
+ * some file systems (ext4) write it out to the disk at every close, frame after frame. */
 int RecordTemporalSize(Transfer& x) {
     IMG_INF* inf = x.inf;
     const int old_size = inf->size[2];
     inf->size[2] = x.new_size;
-    FILE* des = fopen(inf->des_path, "w");
+    FILE* des = fopen(inf->des_path, "r+");
+    if (des == nullptr)
+        des = fopen(inf->des_path, "w");
     if (des == nullptr) {
         perror(x.who);
         fprintf(stderr, "%s: fatal error; can't open des file\n", x.who);
@@ -56,8 +74,10 @@ int RecordTemporalSize(Transfer& x) {
     }
     FILE* data = inf->stream;
     inf->stream = des;
-    const int rc = put_info(inf, x.flags);
+    int rc = put_info(inf, x.flags);
     inf->stream = data;
+    if (rc == 0)
+        rc = CutAtEnd(des);
     if (fclose(des) != 0 || rc != 0) {
         perror(x.who);
         fprintf(stderr, "%s: fatal error; put_info \n", x.who);
