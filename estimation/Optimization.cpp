@@ -13,6 +13,7 @@
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/IncrementSums.h"
 #include "estimation/PlaneCheck.h"
+#include "estimation/ThresholdUse.h"
 #include "image/PlaneView.h"
 #include "motion/AffineWarp.h"
 #include "numeric/VectorUnit.h"
@@ -59,51 +60,6 @@ ormel::ConstPlaneView Region(ormel::YUVImage& img, int w, int h) {
     v.width = w;
     v.height = h;
     return v;
-}
-
-// In place: `plane` holds the compensated frame on entry and on return use(x, y) = 1
-// where the pixel takes part in the threshold form: off the one-pixel border, its own
-// |current - compensated| at most threshErr and more than 6 of its 3 x 3 neighbourhood
-// too; 0 elsewhere. `ok` holds three rows of the per-pixel test, so that row y is
-// written only once rows up to y + 1 have been read.
-void ThresholdUse(ormel::ConstPlaneView cur, std::uint8_t* plane, int threshErr,
-                  std::vector<std::uint8_t>& ok) {
-    const int W = cur.width;
-    const int H = cur.height;
-    const size_t w = static_cast<size_t>(W);
-    if (W < 3 || H < 3) {
-        std::memset(plane, 0, w * H);
-        return;
-    }
-    ok.resize(3 * w);
-    auto fill = [&](int y) {   // row y of the test into ring slot y % 3
-        const std::uint8_t* c = cur.Row(y);
-        const std::uint8_t* k = plane + static_cast<size_t>(y) * w;
-        std::uint8_t* o = &ok[static_cast<size_t>(y % 3) * w];
-        for (int x = 0; x < W; ++x)
-            o[x] = std::abs(c[x] - k[x]) <= threshErr;
-    };
-    fill(0);
-    fill(1);
-    std::memset(plane, 0, w);
-    for (int y = 1; y < H - 1; ++y) {
-        fill(y + 1);
-        const std::uint8_t* up = &ok[static_cast<size_t>((y - 1) % 3) * w];
-        const std::uint8_t* mid = &ok[static_cast<size_t>(y % 3) * w];
-        const std::uint8_t* down = &ok[static_cast<size_t>((y + 1) % 3) * w];
-        std::uint8_t* u = plane + static_cast<size_t>(y) * w;
-        int left = up[0] + mid[0] + down[0];
-        int centre = up[1] + mid[1] + down[1];
-        u[0] = 0;
-        for (int x = 1; x < W - 1; ++x) {
-            const int right = up[x + 1] + mid[x + 1] + down[x + 1];
-            u[x] = mid[x] && left + centre + right > 6;
-            left = centre;
-            centre = right;
-        }
-        u[W - 1] = 0;
-    }
-    std::memset(plane + static_cast<size_t>(H - 1) * w, 0, w);
 }
 
 }  // namespace
@@ -158,7 +114,8 @@ void BinGlobalMotionEstimator::MotionAadapt(ormel::YUVImage& current, ormel::YUV
     const ormel::PlaneView comp{w.compensated.data(), W, H, W};
     motion::WarpAffine(Region(previous, W, H), a, comp, motion::BilinearOrder::kEstimator, w.warp,
                        numeric::BestVectorUnit());
-    ThresholdUse(Region(current, W, H), w.compensated.data(), threshErr, w.okRows);
+    estimation::MarkThresholdUse(Region(current, W, H), w.compensated.data(), threshErr, w.okRows,
+                                 numeric::BestVectorUnit());
     estimation::NormalEquations sums;
     estimation::SumThresholdForm(Region(current, W, H), Region(previous, W, H),
                                  ormel::ConstView(comp), a, w.increment,

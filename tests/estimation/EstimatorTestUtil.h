@@ -16,6 +16,7 @@
 
 #include "estimation/BinGlobalMotionEstimator.h"
 #include "estimation/PredictionError.h"
+#include "estimation/ThresholdUse.h"
 #include "image/VidsFile.h"
 #include "image/YUVImage.h"
 #include "numeric/numeric.h"

@@ -130,3 +130,36 @@ TEST_F(MotionAadapt, ThresholdIncrementsConvergeToAKnownAffineMotion) {
     for (int i = 0; i < 6; ++i)
         EXPECT_NEAR(a[i], truth[i], i % 3 == 0 ? 0.05 : 0.001) << "a[" << i << "]";
 }
+
+// The pixels of the threshold form on every vector unit against the rule, on odd planes
+// around the sixteen-pixel steps and with thresholds below, at and above the byte range.
+TEST(ThresholdUse, EveryUnitMatchesTheRule) {
+    std::mt19937 rng(12);
+    const int sizes[][2] = {{2, 9}, {3, 3}, {17, 5}, {18, 4}, {33, 9}, {131, 7}};
+    for (auto& s : sizes)
+        for (int threshErr : {-1, 0, 4, 255, 300}) {
+            const int W = s[0], H = s[1];
+            std::vector<std::uint8_t> cur(W * H), comp(W * H);
+            for (int i = 0; i < W * H; ++i) {
+                cur[i] = static_cast<std::uint8_t>(rng());
+                comp[i] = static_cast<std::uint8_t>(cur[i] + rng() % 11 - 5 + (rng() % 9 == 0) * 120);
+            }
+            auto ok = [&](int x, int y) { return std::abs(cur[y * W + x] - comp[y * W + x]) <= threshErr; };
+            for (numeric::VectorUnit unit : numeric::AvailableVectorUnits()) {
+                std::vector<std::uint8_t> plane = comp, scratch;
+                estimation::MarkThresholdUse(ormel::ConstPlaneView{cur.data(), W, H, W}, plane.data(),
+                                             threshErr, scratch, unit);
+                for (int y = 0; y < H; ++y)
+                    for (int x = 0; x < W; ++x) {
+                        int count = 0;
+                        for (int j = -1; j <= 1; ++j)
+                            for (int i = -1; i <= 1; ++i)
+                                count += x > 0 && x < W - 1 && y > 0 && y < H - 1 && ok(x + i, y + j);
+                        const bool inner = x > 0 && x < W - 1 && y > 0 && y < H - 1;
+                        ASSERT_EQ(plane[y * W + x], inner && ok(x, y) && count > 6)
+                            << numeric::VectorUnitName(unit) << " " << W << "x" << H << " threshold "
+                            << threshErr << " at " << x << "," << y;
+                    }
+            }
+        }
+}
