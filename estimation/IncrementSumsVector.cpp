@@ -13,9 +13,10 @@
 // rounding per addition, as the plain loop does; the other lanes carry duplicates that
 // are never read.
 //
-// The threshold form queues the records of a row and adds them at its end. The mask form,
-// whose order is column by column, works on strips of columns: it stores the records of
-// the strip row by row with the lanes that count, then adds column after column.
+// The threshold form stores the records of a row with the lanes that count and adds them
+// at its end (the AVX2 path queues them). The mask form, whose order is column by column,
+// works on strips of columns: it stores the records of the strip row by row with the
+// lanes that count, then adds column after column.
 //
 // The four neighbours come from two 32-bit gathers per group: one at (x1, y1) and one at
 // (x1, y1 + 1), two bytes early so that it stays inside the plane: P00, P10 are the low
@@ -213,14 +214,6 @@ GME_AVX512 __attribute__((always_inline)) inline void AddRecord8(const double* r
     s2 = _mm512_add_pd(s2, _mm512_mul_pd(d, _mm512_broadcast_f64x2(_mm_loadu_pd(r + 1))));
     s3 = _mm512_add_pd(s3, _mm512_mul_pd(d, _mm512_broadcast_f64x4(_mm256_loadu_pd(r + 3))));
     s4 = _mm512_add_pd(s4, _mm512_mul_pd(d, _mm512_broadcast_f64x4(_mm256_loadu_pd(r + 2))));
-}
-
-// The n records from `records` one after the other. The sums stay in registers.
-GME_AVX512 inline void Add8(const double* records, std::size_t n, Sums8& sums) {
-    __m512d s0 = sums.s[0], s1 = sums.s[1], s2 = sums.s[2], s3 = sums.s[3], s4 = sums.s[4];
-    for (const double* r = records; r < records + 8 * static_cast<std::ptrdiff_t>(n); r += 8)
-        AddRecord8(r, s0, s1, s2, s3, s4);
-    sums.s[0] = s0, sums.s[1] = s1, sums.s[2] = s2, sums.s[3] = s3, sums.s[4] = s4;
 }
 
 // Adds the records of one column of a strip in row order: the record of row y at
@@ -486,37 +479,40 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
     const Frame8 f = MakeFrame8(p);
     const int W = f.W;
     const int H = f.H;
-    double* records = s.Records(static_cast<std::size_t>(W) + 8);
-    Sums8 sums = {};
+    // Row by row: the record of pixel x at records + 8 x and the lanes of group g that
+    // take part in takes[g]; then the row's records in order, 64 at a time from the bits
+    // of eight groups' takes.
+    const int words = (W + 63) / 64;
+    double* records = s.Records(64 * 8 * static_cast<std::size_t>(words));
+    s.takes.assign(8 * static_cast<std::size_t>(words), 0);
+    std::uint8_t* takes = s.takes.data();
+    __m512d s0 = _mm512_setzero_pd(), s1 = s0, s2 = s0, s3 = s0, s4 = s0;
     for (int y = 0; y < H; ++y) {
         const std::uint8_t* use = p.select.Row(y);
-        std::size_t n = 0;
         for (int x = 0; x < W; x += 8) {
             const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
             const __m128i u = _mm_maskz_loadu_epi8(live, use + x);
             const __mmask8 candidates = static_cast<__mmask8>(_mm_test_epi8_mask(u, u));
-            if (!candidates)
-                continue;
             __m512d v[8];
-            const __mmask8 take = Prepare8(p, s, f, false, x, y, candidates, Columns8(x), v);
+            const __mmask8 take = candidates ? Prepare8(p, s, f, false, x, y, candidates, Columns8(x), v) : 0;
+            takes[x / 8] = take;
             if (!take)
                 continue;
-            // The taking part lanes in order at the end of the queue; the others at the
-            // place after them, which the next group takes over.
-            double* to[8];
-            std::size_t next = n;
-            for (int l = 0; l < 8; ++l)
-                if ((take >> l) & 1)
-                    to[l] = records + 8 * next++;
-            for (int l = 0; l < 8; ++l)
-                if (!((take >> l) & 1))
-                    to[l] = records + 8 * next;
+            double* const group = records + 8 * static_cast<std::ptrdiff_t>(x);
+            double* const to[8] = {group, group + 8, group + 16, group + 24, group + 32, group + 40, group + 48, group + 56};
             Transpose8(v, to);
-            n = next;
         }
-        Add8(records, n, sums);
+        for (int w = 0; w < words; ++w) {
+            std::uint64_t rest;
+            std::memcpy(&rest, takes + 8 * w, sizeof rest);
+            while (rest) {
+                const int i = 64 * w + __builtin_ctzll(rest);
+                rest &= rest - 1;
+                AddRecord8(records + 8 * static_cast<std::ptrdiff_t>(i), s0, s1, s2, s3, s4);
+            }
+        }
     }
-    Store8(sums, out);
+    Store8(Sums8{{s0, s1, s2, s3, s4}}, out);
 }
 
 GME_AVX2 void MaskFormAvx2(const Planes& p, IncrementScratch& s, NormalEquations* out) {
