@@ -11,9 +11,10 @@ times) and the number of pairs.
 With --build DIR (a gme build directory) and no file, it renders the demo scene (30
 frames) at 352x288, 720x576 and 1920x1080 with DIR's gme_demo, exports it with vidstool,
 and times both on the same frames: gme's median printed Estimator + Compensator time per
-pair and the alternative's, with their ratio. Both run --rounds times, alternating, and
-the fastest run of each counts (a shared machine only ever slows a run down); the range
-of the ratios of the single rounds is printed too.
+pair and the alternative's, with their ratio. Both run --rounds times, alternating, each
+run after a second's pause (on a shared machine a run can slow the one right after it),
+and the fastest run of each counts (a shared machine only ever slows a run down); the
+range of the ratios of the single rounds is printed too.
 
 Not part of the test suite: it needs Debian's python3-opencv. Run it with /usr/bin/python3.
 """
@@ -111,7 +112,9 @@ def side_by_side(build, repeat, rounds):
                             os.path.join(work, "input"), y4m], check=True, capture_output=True)
             gme, alternative = [], []
             for _ in range(rounds):
+                time.sleep(1)
                 gme.append(gme_pair_median(build, os.path.join(work, "input"), work))
+                time.sleep(1)
                 alternative.append(time_pairs(y4m, repeat)[0])
         ratios = [a / g for a, g in zip(alternative, gme)]
         print(f"{size:>9}  gme {min(gme) * 1e3:7.2f} ms  feature tracking + RANSAC "
@@ -126,7 +129,7 @@ def main(argv=None) -> int:
                                         "side by side on the rendered demo scene")
     parser.add_argument("--repeat", type=int, default=1,
                         help="time every pair this many times and keep the fastest")
-    parser.add_argument("--rounds", type=int, default=3,
+    parser.add_argument("--rounds", type=int, default=5,
                         help="with --build: run gme and the alternative this many times, "
                              "alternating, and keep the fastest run of each")
     args = parser.parse_args(argv)
