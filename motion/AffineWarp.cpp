@@ -45,6 +45,9 @@ struct Job {
 inline bool RowCounted(const ErrorBand& b, int y) { return y < b.rowLow || y > b.rowHigh; }
 inline bool ColumnCounted(const ErrorBand& b, int x) { return x < b.colLow || x > b.colHigh; }
 
+// The two orders give the same double: they form the same four products, and each of
+// their three sums adds the same two terms, only the other way round, which leaves an
+// IEEE sum unchanged. Both are written out as stated; a warp that needs both computes one.
 template <BilinearOrder kOrder>
 inline double Bilinear(int p00, int p10, int p01, int p11, double fx, double gx, double fy,
                        double gy) {
@@ -88,13 +91,8 @@ void WarpPixels(const Job& j, int y, int x0, int x1, bool counted, WarpError* er
         if (v > 255)
             v = 255;
         d[x] = static_cast<std::uint8_t>(v);
-        if (j.second.data) {
-            v = static_cast<int>(Bilinear<BilinearOrder::kCompensator>(p0[0], p0[1], p1[0], p1[1],
-                                                                        fx, gx, fy, gy));
-            if (v > 255)
-                v = 255;
+        if (j.second.data)   // the other order's value is the same double (see Bilinear)
             j.second.Row(y)[x] = static_cast<std::uint8_t>(v);
-        }
         if (c && ColumnCounted(*j.band, x)) {
             err->sum += std::abs(v - c[x]);
             ++err->count;
@@ -182,13 +180,8 @@ GME_AVX2 WarpError WarpAvx2(const Job& j) {
             const __m128i packed = _mm_packus_epi16(_mm_packus_epi32(v, v), v);
             const int four = _mm_cvtsi128_si32(packed);
             __builtin_memcpy(d + x, &four, 4);
-            if (d2) {
-                const __m256d s2 =
-                    Bilinear4<BilinearOrder::kCompensator>(p00, p10, p01, p11, fx, gx, fy, gy);
-                v = _mm_and_si128(_mm_min_epi32(_mm256_cvttpd_epi32(s2), maxValue), in);
-                const int four2 = _mm_cvtsi128_si32(_mm_packus_epi16(_mm_packus_epi32(v, v), v));
-                __builtin_memcpy(d2 + x, &four2, 4);
-            }
+            if (d2)   // the other order's value is the same double (see Bilinear)
+                __builtin_memcpy(d2 + x, &four, 4);
             if (c) {
                 int cur4;
                 __builtin_memcpy(&cur4, c + x, 4);
@@ -293,12 +286,8 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
             __m256i v =
                 _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s), maxValue));
             _mm_mask_storeu_epi8(d + x, live, _mm256_cvtepi32_epi8(v));
-            if (d2) {
-                const __m512d s2 =
-                    Bilinear8<BilinearOrder::kCompensator>(p00, p10, p01, p11, fx, gx, fy, gy);
-                v = _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s2), maxValue));
+            if (d2)   // the other order's value is the same double (see Bilinear)
                 _mm_mask_storeu_epi8(d2 + x, live, _mm256_cvtepi32_epi8(v));
-            }
             if (c) {
                 const __m256i cv = _mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(live, c + x));
                 const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);

@@ -55,7 +55,8 @@ WarpError WarpAffine(ormel::ConstPlaneView prev, const double* a, ormel::PlaneVi
 
 // Both orders from one pass over the positions: out gets the kEstimator warp, second the
 // kCompensator one, and the error is that of second. The same bytes and error as the two
-// warps one after the other.
+// warps one after the other; the two orders give the same doubles (AffineWarp.cpp), so
+// the pass computes one and writes it twice.
 WarpError WarpAffineBoth(ormel::ConstPlaneView prev, const double* a, ormel::PlaneView out,
                          ormel::PlaneView second, const ErrorBand& band, WarpScratch& scratch,
                          numeric::VectorUnit unit);
