@@ -65,7 +65,7 @@ GME_AVX512 Frame8 MakeFrame8(const Planes& p) {
                   p.previous.Row(H - 1) + W, p.select.Row(H - 1) + W};
 }
 
-// The terms of pixels x .. x + 7 of row y into v[0..7] = dedp[0..5], e, 0 (lanes =
+// The terms of pixels x .. x + 7 of row y into v[0..7] = dedp[0..5], e, dedp[0] (lanes =
 // pixels); xs holds x .. x + 7 as doubles. Returns the lanes that take part among
 // `candidates`: inside, mask-free (mask form), and not between four equal neighbours.
 GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
@@ -270,8 +270,9 @@ inline int Bytes4(const std::uint8_t* row, int x, int W) {
     return v;
 }
 
-// As Prepare8 for pixels x .. x + 3; `candidates` holds one all-ones 32-bit lane per
-// candidate pixel. Returns the bits of the lanes that take part.
+// As Prepare8 for pixels x .. x + 3, the record in the AVX2 order (see Add4); `candidates`
+// holds one all-ones 32-bit lane per candidate pixel. Returns the bits of the lanes that
+// take part.
 GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
                                                             const IncrementScratch& s,
                                                             bool maskForm, int x, int y,
@@ -353,7 +354,7 @@ GME_AVX2 __attribute__((always_inline)) inline int Prepare4(const Planes& p,
                                                            _mm256_mul_pd(_mm256_sub_pd(q11, q10), dk)));
     const __m256d xs = _mm256_cvtepi32_pd(_mm_add_epi32(_mm_set1_epi32(x), _mm_setr_epi32(0, 1, 2, 3)));
     const __m256d ys = _mm256_set1_pd(y);
-    // The record (d0, d1, d2, d3, e, d4, d5, d0): see AddRecord4.
+    // The record (d0, d1, d2, d3, e, d4, d5, d0): see Add4.
     v[0] = dIdx;
     v[1] = _mm256_mul_pd(xs, dIdx);
     v[2] = _mm256_mul_pd(ys, dIdx);
