@@ -45,6 +45,13 @@ struct Job {
 inline bool RowCounted(const ErrorBand& b, int y) { return y < b.rowLow || y > b.rowHigh; }
 inline bool ColumnCounted(const ErrorBand& b, int x) { return x < b.colLow || x > b.colHigh; }
 
+// Bit l set where column x + l counts, l = 0 .. 7.
+inline unsigned CountedLanes(const ErrorBand& b, int x) {
+    auto first = [](long long n) { return n <= 0 ? 0u : n >= 8 ? 0xffu : (1u << n) - 1; };
+    return first(static_cast<long long>(b.colLow) - x) |
+           (0xffu & ~first(static_cast<long long>(b.colHigh) + 1 - x));
+}
+
 // The two orders give the same double: they form the same four products, and each of
 // their three sums adds the same two terms, only the other way round, which leaves an
 // IEEE sum unchanged. Both are written out as stated; a warp that needs both computes one.
@@ -228,8 +235,6 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
     const __m256i stride = _mm256_set1_epi32(static_cast<int>(j.prev.stride));
     const __m256i strideBefore = _mm256_set1_epi32(static_cast<int>(j.prev.stride) - 2);
     const __m256i bytes = _mm256_set1_epi32(0xff);
-    const __m256i maxValue = _mm256_set1_epi32(255);
-    const __m256i lanes = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
     const std::uint8_t* end = j.prev.Row(H - 1) + W;
     WarpError err;
     for (int y = 0; y < H; ++y) {
@@ -239,7 +244,7 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
         std::uint8_t* d2 = j.second.data ? j.second.Row(y) : nullptr;
         const bool counted = j.band && RowCounted(*j.band, y);
         const std::uint8_t* c = counted ? j.band->current.Row(y) : nullptr;
-        __m256i sum = _mm256_setzero_si256();
+        __m128i sum = _mm_setzero_si128();   // the low lane: eight bytes at a time
         long long count = 0;
         for (int x = 0; x < W; x += 8) {
             const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
@@ -283,26 +288,19 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
             const __m512d fy = _mm512_reduce_pd(dy, motion::kFraction);
             const __m512d gy = _mm512_sub_pd(one, fy);
             const __m512d s = Bilinear8<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
-            __m256i v =
-                _mm256_maskz_mov_epi32(in, _mm256_min_epi32(_mm512_cvttpd_epi32(s), maxValue));
-            _mm_mask_storeu_epi8(d + x, live, _mm256_cvtepi32_epi8(v));
+            // Inside, s >= 0: truncated, saturated at 255 and packed in one step; 0 outside.
+            const __m128i v = _mm512_maskz_cvtusepi64_epi8(in, _mm512_cvttpd_epi64(s));
+            _mm_mask_storeu_epi8(d + x, live, v);
             if (d2)   // the other order's value is the same double (see Bilinear)
-                _mm_mask_storeu_epi8(d2 + x, live, _mm256_cvtepi32_epi8(v));
+                _mm_mask_storeu_epi8(d2 + x, live, v);
             if (c) {
-                const __m256i cv = _mm256_cvtepu8_epi32(_mm_maskz_loadu_epi8(live, c + x));
-                const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), lanes);
-                const __mmask8 use =
-                    in & (_mm256_cmpgt_epi32_mask(_mm256_set1_epi32(j.band->colLow), xs) |
-                          _mm256_cmpgt_epi32_mask(xs, _mm256_set1_epi32(j.band->colHigh)));
-                sum = _mm256_mask_add_epi32(sum, use, sum, _mm256_abs_epi32(_mm256_sub_epi32(v, cv)));
+                const __mmask8 use = in & static_cast<__mmask8>(CountedLanes(*j.band, x));
+                sum = _mm_add_epi64(sum, _mm_sad_epu8(_mm_maskz_mov_epi8(use, v),
+                                                      _mm_maskz_loadu_epi8(use, c + x)));
                 count += __builtin_popcount(use);
             }
         }
-        // A row's sum is at most 255 * W / 8 per lane: it fits.
-        alignas(32) int lanesum[8];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(lanesum), sum);
-        for (int k = 0; k < 8; ++k)
-            err.sum += lanesum[k];
+        err.sum += _mm_cvtsi128_si64(sum);
         err.count += count;
     }
     return err;
