@@ -248,17 +248,23 @@ constexpr SumLane kSumLanes[27] = {
     {3, 3, 3, -1}, {3, 4, 4, 3}, {3, 5, 5, 4}, {3, 6, 5, -1}, {3, 7, 0, -1},
     {4, 1, 3, 1}};
 
-GME_AVX512 void Store8(const Sums8& sums, NormalEquations* out) {
-    alignas(64) double lane[5][8];
-    for (int k = 0; k < 5; ++k)
-        _mm512_store_pd(lane[k], sums.s[k]);
-    for (const SumLane& l : kSumLanes) {
-        const double v = lane[l.sum][l.lane];
+// The 27 sums from the lanes of the running sums (`width` lanes each) as `table` places
+// them.
+void FromLanes(const double* lanes, int width, const SumLane (&table)[27], NormalEquations* out) {
+    for (const SumLane& l : table) {
+        const double v = lanes[l.sum * width + l.lane];
         if (l.j < 0)
             out->b[l.i] = v;
         else
             out->M[l.i * 6 + l.j] = v;
     }
+}
+
+GME_AVX512 void Store8(const Sums8& sums, NormalEquations* out) {
+    alignas(64) double lanes[5][8];
+    for (int k = 0; k < 5; ++k)
+        _mm512_store_pd(lanes[k], sums.s[k]);
+    FromLanes(&lanes[0][0], 8, kSumLanes, out);
 }
 
 // ---------------------------------------------------------------- AVX2, 4 lanes
@@ -423,16 +429,10 @@ constexpr SumLane kSumLanes4[27] = {
     {6, 0, 1, 0}, {6, 1, 2, 0}, {6, 2, 3, 0}, {6, 3, 0, -1}};
 
 GME_AVX2 void Store4(const Sums4& sums, NormalEquations* out) {
-    alignas(32) double lane[7][4];
+    alignas(32) double lanes[7][4];
     for (int k = 0; k < 7; ++k)
-        _mm256_store_pd(lane[k], sums.s[k]);
-    for (const SumLane& l : kSumLanes4) {
-        const double v = lane[l.sum][l.lane];
-        if (l.j < 0)
-            out->b[l.i] = v;
-        else
-            out->M[l.i * 6 + l.j] = v;
-    }
+        _mm256_store_pd(lanes[k], sums.s[k]);
+    FromLanes(&lanes[0][0], 4, kSumLanes4, out);
 }
 
 // Candidate lanes x .. x + 3: those inside the row.
