@@ -90,12 +90,12 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     if (motion::NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
         __m512i b0, b1;
         if (maskForm) {
-            motion::RowPair16(p.select.data, p.select.stride, W, f.selectEnd, x0, y0, &b0, &b1);
+            motion::RowPair16(p.select.data, p.select.stride, f.selectEnd, x0, y0, &b0, &b1);
             in &= motion::RowNeighboursZero8(b0, b1, off);
             if (!in)
                 return 0;
         }
-        motion::RowPair16(p.previous.data, p.previous.stride, W, f.previousEnd, x0, y0, &b0, &b1);
+        motion::RowPair16(p.previous.data, p.previous.stride, f.previousEnd, x0, y0, &b0, &b1);
         motion::RowNeighbourSamples8(b0, b1, off, &p00, &p10, &p01, &p11);
     } else {
         const __m256i ix32 = _mm512_cvtepi64_epi32(ix);

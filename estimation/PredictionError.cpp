@@ -50,15 +50,6 @@ GME_AVX512 inline __m512i Round8(__m512d v) {
     return _mm512_cvttpd_epi64(_mm512_add_pd(v, half));
 }
 
-// Sixteen bytes of a plane from (x0, y0) in every 128-bit lane; past the end of the plane
-// (`end`, one past its last sample) zeros, not read.
-GME_AVX512 inline __m512i Row16(ormel::ConstPlaneView v, const unsigned char* end, int x0, int y0) {
-    const unsigned char* r = v.Row(y0) + x0;
-    if (end - r >= 16)
-        return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r)));
-    return _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(static_cast<__mmask16>((1u << (end - r)) - 1), r));
-}
-
 GME_AVX512 long long RowErrorAvx512(ormel::ConstPlaneView cur, ormel::ConstPlaneView prev,
                                     ormel::ConstPlaneView mask, int y, const double* colX,
                                     const double* colY, double rowX, double rowY) {
@@ -90,9 +81,9 @@ GME_AVX512 long long RowErrorAvx512(ormel::ConstPlaneView cur, ormel::ConstPlane
             continue;
         }
         const __m512i at = motion::SampleIndex(off);
-        const __m512i m = _mm512_shuffle_epi8(Row16(mask, maskEnd, x0, y0), at);
+        const __m512i m = _mm512_shuffle_epi8(motion::Row16(mask.Row(y0) + x0, maskEnd), at);
         const __mmask8 use = in & _mm512_testn_epi64_mask(m, m);
-        const __m512i p = _mm512_shuffle_epi8(Row16(prev, prevEnd, x0, y0), at);
+        const __m512i p = _mm512_shuffle_epi8(motion::Row16(prev.Row(y0) + x0, prevEnd), at);
         const __m512i cv = _mm512_cvtepu8_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(c + x)));
         sums = _mm512_mask_add_epi64(sums, use, sums, _mm512_abs_epi64(_mm512_sub_epi64(p, cv)));
     }

@@ -262,7 +262,7 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
             int x0, y0;
             if (NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
                 __m512i b0, b1;
-                RowPair16(j.prev.data, j.prev.stride, W, end, x0, y0, &b0, &b1);
+                RowPair16(j.prev.data, j.prev.stride, end, x0, y0, &b0, &b1);
                 RowNeighbourSamples8(b0, b1, off, &n00, &n10, &n01, &n11);
             } else {
                 const __m256i at = _mm256_add_epi32(

@@ -46,22 +46,22 @@ GME_NEIGHBOURS_AVX512 bool NearLaneZero(__m512i ix, __m512i iy, __mmask8 in, __m
     return true;
 }
 
-// For an 8-bit plane of W samples a row, rows `stride` apart, ending at `end` (one past
-// its last sample): the sixteen bytes from (x0, y0) in every 128-bit lane of *b0 and those
-// from (x0, y0 + 1) in *b1, zeros past the end of the plane (not read).
-GME_NEIGHBOURS_AVX512 void RowPair16(const std::uint8_t* data, std::ptrdiff_t stride, int W,
+// The sixteen bytes from r in every 128-bit lane; those at or past `end` (one past the
+// last sample of the plane) are 0 and not read.
+GME_NEIGHBOURS_AVX512 __m512i Row16(const std::uint8_t* r, const std::uint8_t* end) {
+    if (end - r >= 16)
+        return _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r)));
+    return _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(static_cast<__mmask16>((1u << (end - r)) - 1), r));
+}
+
+// For an 8-bit plane, rows `stride` apart, ending at `end`: the rows of Row16 from
+// (x0, y0) in *b0 and from (x0, y0 + 1) in *b1.
+GME_NEIGHBOURS_AVX512 void RowPair16(const std::uint8_t* data, std::ptrdiff_t stride,
                                      const std::uint8_t* end, int x0, int y0, __m512i* b0,
                                      __m512i* b1) {
     const std::uint8_t* r0 = data + y0 * stride + x0;
-    if (end - (r0 + stride) >= 16) {
-        *b0 = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0)));
-        *b1 = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + stride)));
-    } else {
-        const __mmask16 avail = W - x0 >= 16 ? static_cast<__mmask16>(0xffff)
-                                             : static_cast<__mmask16>((1u << (W - x0)) - 1);
-        *b0 = _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(avail, r0));
-        *b1 = _mm512_broadcast_i32x4(_mm_maskz_loadu_epi8(avail, r0 + stride));
-    }
+    *b0 = Row16(r0, end);
+    *b1 = Row16(r0 + stride, end);
 }
 
 // The byte indices of the lanes' positions in a row loaded from lane 0's for their
