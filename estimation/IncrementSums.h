@@ -50,7 +50,8 @@ public:
     std::vector<double> colX, colY, rowX, rowY;
     // n records of 8 doubles, 64-byte aligned; grows, never shrinks.
     double* Records(std::size_t n);
-    // Per row of a strip of the mask form: its lanes that take part.
+    // The lanes that take part: per row of a strip (mask form), per group of a row
+    // (threshold form).
     std::vector<std::uint8_t> takes;
 
 private:
