@@ -484,7 +484,7 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
     // take part in takes[g]; then the row's records in order, 64 at a time from the bits
     // of eight groups' takes.
     const int words = (W + 63) / 64;
-    double* records = s.Records(64 * 8 * static_cast<std::size_t>(words));
+    double* records = s.Records(64 * static_cast<std::size_t>(words));
     s.takes.assign(8 * static_cast<std::size_t>(words), 0);
     std::uint8_t* takes = s.takes.data();
     __m512d s0 = _mm512_setzero_pd(), s1 = s0, s2 = s0, s3 = s0, s4 = s0;
