@@ -22,15 +22,18 @@ void PairHistogram::Start(const std::uint8_t* v, int valueCount, int histogramCo
             secondPart[a] = static_cast<std::uint8_t>(slot[a]);
         }
         // Keyed by two neighbouring samples read as one 16-bit number in this processor's
-        // byte order, as the 16-bit fields of Add's 64-bit reads are.
+        // byte order, as the 16-bit fields of Add's 64-bit reads are: the first sample is
+        // the low byte where a 16-bit 1 is stored as bytes 1, 0.
+        const std::uint8_t one[2] = {1, 0};
+        std::uint16_t probe;
+        std::memcpy(&probe, one, sizeof probe);
+        const int firstShift = probe == 1 ? 0 : 8;
         pairCounter.resize(65536);
-        for (int a = 0; a < 256; ++a)
-            for (int b = 0; b < 256; ++b) {
-                const std::uint8_t two[2] = {static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)};
-                std::uint16_t key;
-                std::memcpy(&key, two, sizeof key);
-                pairCounter[key] = static_cast<std::uint16_t>(firstPart[a] + secondPart[b]);
-            }
+        std::uint16_t* key = pairCounter.data();
+        for (int b = 0; b < 256; ++b)
+            for (int a = 0; a < 256; ++a)
+                key[(a << firstShift) | (b << (8 - firstShift))] =
+                    static_cast<std::uint16_t>(firstPart[a] + secondPart[b]);
     }
     if (!same || histogramCount != histograms) {
         histograms = histogramCount;
