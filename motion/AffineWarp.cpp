@@ -36,6 +36,7 @@ struct Job {
     double a2;
     double a5;
     const ErrorBand* band;   // null: no error
+    const std::uint8_t* countedLanes;   // per group of eight columns: CountedLanes(band, 8 g)
     // When not empty, also the compensator's order into `second` (out then takes the
     // estimator's), and the error is that of `second`.
     PlaneView second;
@@ -224,82 +225,112 @@ GME_AVX512 inline __m512d Bilinear8(__m512d p00, __m512d p10, __m512d p01, __m51
     return _mm512_add_pd(_mm512_mul_pd(gy, s1), _mm512_mul_pd(fy, s2));
 }
 
+// What WarpGroup8 needs: the call's constants in locals (the job's fields could be
+// aliased by the byte stores) and the row's.
+struct Row8 {
+    __m512d xLimit, yLimit;   // W - 1, H - 1
+    __m256i stride, strideBefore;
+    const std::uint8_t* prev;
+    std::ptrdiff_t prevStride;
+    const std::uint8_t* end;   // one past prev's last sample
+    const double* colX;
+    const double* colY;
+    const std::uint8_t* countedLanes;
+    __m512d rowX, rowY;
+    std::uint8_t* d;
+    std::uint8_t* d2;
+    const std::uint8_t* c;   // current's row where the row counts, else null
+};
+
+// Pixels x .. x + 7 of the row, of which `live` lie in it.
+template <BilinearOrder kOrder>
+GME_AVX512 __attribute__((always_inline)) inline void WarpGroup8(const Row8& r, int x,
+                                                                 __mmask8 live, __m128i& sum,
+                                                                 long long& count) {
+    const __m512d zero = _mm512_setzero_pd();
+    const __m512d dx = _mm512_add_pd(_mm512_maskz_loadu_pd(live, r.colX + x), r.rowX);
+    const __m512d dy = _mm512_add_pd(_mm512_maskz_loadu_pd(live, r.colY + x), r.rowY);
+    const __mmask8 in = live & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
+                        _mm512_cmp_pd_mask(dx, r.xLimit, _CMP_LT_OQ) &
+                        _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
+                        _mm512_cmp_pd_mask(dy, r.yLimit, _CMP_LT_OQ);
+    // Positions and samples in 64-bit lanes (see NeighbourLoads.h).
+    const __m512i ix = _mm512_cvttpd_epi64(dx);
+    const __m512i iy = _mm512_cvttpd_epi64(dy);
+    __m512i n00, n10, n01, n11;
+    __m512i off;
+    int x0, y0;
+    if (NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
+        __m512i b0, b1;
+        RowPair16(r.prev, r.prevStride, r.end, x0, y0, &b0, &b1);
+        RowNeighbourSamples8(b0, b1, off, &n00, &n10, &n01, &n11);
+    } else {
+        const __m256i at = _mm256_add_epi32(
+            _mm256_mullo_epi32(_mm512_cvtepi64_epi32(iy), r.stride), _mm512_cvtepi64_epi32(ix));
+        const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at, r.prev, 1);
+        const __m256i g1 = _mm256_mmask_i32gather_epi32(
+            _mm256_setzero_si256(), in, _mm256_add_epi32(at, r.strideBefore), r.prev, 1);
+        const __m256i bytes = _mm256_set1_epi32(0xff);
+        n00 = _mm512_cvtepu32_epi64(_mm256_and_si256(g0, bytes));
+        n10 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes));
+        n01 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes));
+        n11 = _mm512_cvtepu32_epi64(_mm256_srli_epi32(g1, 24));
+    }
+    const __m512d p00 = _mm512_cvtepi64_pd(n00);
+    const __m512d p10 = _mm512_cvtepi64_pd(n10);
+    const __m512d p01 = _mm512_cvtepi64_pd(n01);
+    const __m512d p11 = _mm512_cvtepi64_pd(n11);
+    // Inside, fx = dx - x1 is the fraction of dx (exact, as the reduction's), and
+    // gx = (x1 + 1) - dx is the same double as 1 - fx: both subtractions are exact
+    // (fx is a multiple of dx's last place, at least 2^-52 once dx >= 1).
+    const __m512d one = _mm512_set1_pd(1.0);
+    const __m512d fx = _mm512_reduce_pd(dx, motion::kFraction);
+    const __m512d gx = _mm512_sub_pd(one, fx);
+    const __m512d fy = _mm512_reduce_pd(dy, motion::kFraction);
+    const __m512d gy = _mm512_sub_pd(one, fy);
+    const __m512d s = Bilinear8<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
+    // Inside, s >= 0: truncated, saturated at 255 and packed in one step; 0 outside.
+    const __m128i v = _mm512_maskz_cvtusepi64_epi8(in, _mm512_cvttpd_epi64(s));
+    _mm_mask_storeu_epi8(r.d + x, live, v);
+    if (r.d2)   // the other order's value is the same double (see Bilinear)
+        _mm_mask_storeu_epi8(r.d2 + x, live, v);
+    if (r.c) {
+        const __mmask8 use = in & r.countedLanes[x / 8];
+        sum = _mm_add_epi64(sum, _mm_sad_epu8(_mm_maskz_mov_epi8(use, v),
+                                              _mm_maskz_loadu_epi8(use, r.c + x)));
+        count += __builtin_popcount(use);
+    }
+}
+
 template <BilinearOrder kOrder>
 GME_AVX512 WarpError WarpAvx512(const Job& j) {
     const int W = j.prev.width;
     const int H = j.prev.height;
-    const __m512d zero = _mm512_setzero_pd();
-    const __m512d one = _mm512_set1_pd(1.0);
-    const __m512d xLimit = _mm512_set1_pd(W - 1);
-    const __m512d yLimit = _mm512_set1_pd(H - 1);
-    const __m256i stride = _mm256_set1_epi32(static_cast<int>(j.prev.stride));
-    const __m256i strideBefore = _mm256_set1_epi32(static_cast<int>(j.prev.stride) - 2);
-    const __m256i bytes = _mm256_set1_epi32(0xff);
-    const std::uint8_t* end = j.prev.Row(H - 1) + W;
+    Row8 r;
+    r.xLimit = _mm512_set1_pd(W - 1);
+    r.yLimit = _mm512_set1_pd(H - 1);
+    r.stride = _mm256_set1_epi32(static_cast<int>(j.prev.stride));
+    r.strideBefore = _mm256_set1_epi32(static_cast<int>(j.prev.stride) - 2);
+    r.prev = j.prev.data;
+    r.prevStride = j.prev.stride;
+    r.end = j.prev.Row(H - 1) + W;
+    r.colX = j.colX;
+    r.colY = j.colY;
+    r.countedLanes = j.countedLanes;
     WarpError err;
     for (int y = 0; y < H; ++y) {
-        const __m512d rowX = _mm512_set1_pd(y * j.a2);
-        const __m512d rowY = _mm512_set1_pd(y * j.a5);
-        std::uint8_t* d = j.out.Row(y);
-        std::uint8_t* d2 = j.second.data ? j.second.Row(y) : nullptr;
-        const bool counted = j.band && RowCounted(*j.band, y);
-        const std::uint8_t* c = counted ? j.band->current.Row(y) : nullptr;
+        r.rowX = _mm512_set1_pd(y * j.a2);
+        r.rowY = _mm512_set1_pd(y * j.a5);
+        r.d = j.out.Row(y);
+        r.d2 = j.second.data ? j.second.Row(y) : nullptr;
+        r.c = j.band && RowCounted(*j.band, y) ? j.band->current.Row(y) : nullptr;
         __m128i sum = _mm_setzero_si128();   // the low lane: eight bytes at a time
         long long count = 0;
-        for (int x = 0; x < W; x += 8) {
-            const __mmask8 live = W - x >= 8 ? 0xff : static_cast<__mmask8>((1u << (W - x)) - 1);
-            const __m512d dx = _mm512_add_pd(_mm512_maskz_loadu_pd(live, j.colX + x), rowX);
-            const __m512d dy = _mm512_add_pd(_mm512_maskz_loadu_pd(live, j.colY + x), rowY);
-            const __mmask8 in = live & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
-                                _mm512_cmp_pd_mask(dx, xLimit, _CMP_LT_OQ) &
-                                _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
-                                _mm512_cmp_pd_mask(dy, yLimit, _CMP_LT_OQ);
-            // Positions and samples in 64-bit lanes (see NeighbourLoads.h).
-            const __m512i ix = _mm512_cvttpd_epi64(dx);
-            const __m512i iy = _mm512_cvttpd_epi64(dy);
-            __m512i n00, n10, n01, n11;
-            __m512i off;
-            int x0, y0;
-            if (NearLaneZero(ix, iy, in, &off, &x0, &y0)) {
-                __m512i b0, b1;
-                RowPair16(j.prev.data, j.prev.stride, end, x0, y0, &b0, &b1);
-                RowNeighbourSamples8(b0, b1, off, &n00, &n10, &n01, &n11);
-            } else {
-                const __m256i at = _mm256_add_epi32(
-                    _mm256_mullo_epi32(_mm512_cvtepi64_epi32(iy), stride), _mm512_cvtepi64_epi32(ix));
-                const __m256i g0 = _mm256_mmask_i32gather_epi32(_mm256_setzero_si256(), in, at,
-                                                                j.prev.data, 1);
-                const __m256i g1 = _mm256_mmask_i32gather_epi32(
-                    _mm256_setzero_si256(), in, _mm256_add_epi32(at, strideBefore), j.prev.data, 1);
-                n00 = _mm512_cvtepu32_epi64(_mm256_and_si256(g0, bytes));
-                n10 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g0, 8), bytes));
-                n01 = _mm512_cvtepu32_epi64(_mm256_and_si256(_mm256_srli_epi32(g1, 16), bytes));
-                n11 = _mm512_cvtepu32_epi64(_mm256_srli_epi32(g1, 24));
-            }
-            const __m512d p00 = _mm512_cvtepi64_pd(n00);
-            const __m512d p10 = _mm512_cvtepi64_pd(n10);
-            const __m512d p01 = _mm512_cvtepi64_pd(n01);
-            const __m512d p11 = _mm512_cvtepi64_pd(n11);
-            // Inside, fx = dx - x1 is the fraction of dx (exact, as the reduction's), and
-            // gx = (x1 + 1) - dx is the same double as 1 - fx: both subtractions are exact
-            // (fx is a multiple of dx's last place, at least 2^-52 once dx >= 1).
-            const __m512d fx = _mm512_reduce_pd(dx, motion::kFraction);
-            const __m512d gx = _mm512_sub_pd(one, fx);
-            const __m512d fy = _mm512_reduce_pd(dy, motion::kFraction);
-            const __m512d gy = _mm512_sub_pd(one, fy);
-            const __m512d s = Bilinear8<kOrder>(p00, p10, p01, p11, fx, gx, fy, gy);
-            // Inside, s >= 0: truncated, saturated at 255 and packed in one step; 0 outside.
-            const __m128i v = _mm512_maskz_cvtusepi64_epi8(in, _mm512_cvttpd_epi64(s));
-            _mm_mask_storeu_epi8(d + x, live, v);
-            if (d2)   // the other order's value is the same double (see Bilinear)
-                _mm_mask_storeu_epi8(d2 + x, live, v);
-            if (c) {
-                const __mmask8 use = in & static_cast<__mmask8>(CountedLanes(*j.band, x));
-                sum = _mm_add_epi64(sum, _mm_sad_epu8(_mm_maskz_mov_epi8(use, v),
-                                                      _mm_maskz_loadu_epi8(use, c + x)));
-                count += __builtin_popcount(use);
-            }
-        }
+        int x = 0;
+        for (; x + 8 <= W; x += 8)
+            WarpGroup8<kOrder>(r, x, 0xff, sum, count);
+        if (x < W)
+            WarpGroup8<kOrder>(r, x, static_cast<__mmask8>((1u << (W - x)) - 1), sum, count);
         err.sum += _mm_cvtsi128_si64(sum);
         err.count += count;
     }
@@ -326,7 +357,9 @@ WarpError Run(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder
     if (prev.width <= 0 || prev.height <= 0)
         return WarpError();
     const int W = prev.width;
-    scratch.resize(2 * static_cast<size_t>(W));
+    // The column terms, then the counted lanes of each group of eight columns as bytes.
+    const size_t groups = (static_cast<size_t>(W) + 7) / 8;
+    scratch.resize(2 * static_cast<size_t>(W) + (groups + sizeof(double) - 1) / sizeof(double));
     // a[0] + x a[1] per column; adding y a[2] afterwards keeps the order of
     // a[0] + a[1] x + a[2] y, so every position has the bits of the plain formula.
     double* colX = scratch.data();
@@ -335,7 +368,10 @@ WarpError Run(ConstPlaneView prev, const double* a, PlaneView out, BilinearOrder
         colX[x] = a[0] + x * a[1];
         colY[x] = a[3] + x * a[4];
     }
-    const Job j{prev, out, colX, colY, a[2], a[5], band, second};
+    std::uint8_t* counted = reinterpret_cast<std::uint8_t*>(colY + W);
+    for (size_t g = 0; band && g < groups; ++g)
+        counted[g] = static_cast<std::uint8_t>(CountedLanes(*band, static_cast<int>(8 * g)));
+    const Job j{prev, out, colX, colY, a[2], a[5], band, counted, second};
     return order == BilinearOrder::kEstimator ? Dispatch<BilinearOrder::kEstimator>(j, unit)
                                               : Dispatch<BilinearOrder::kCompensator>(j, unit);
 }
