@@ -178,7 +178,8 @@ GME_AVX512 inline __m512d Columns8(int x) {
 
 // Stores the record of pixel l, (v[0][l], ..., v[7][l]), at to[l] (16-byte aligned). The
 // pairs (v[2i][l], v[2i + 1][l]) come from one unpacking each and are stored 128 bits at
-// a time, which costs no shuffle.
+// a time, which costs no shuffle. For records read back right away (the threshold form):
+// the adds' loads take them from these small stores.
 GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v[8],
                                                                  double* const to[8]) {
 #pragma GCC unroll 4
@@ -194,6 +195,41 @@ GME_AVX512 __attribute__((always_inline)) inline void Transpose8(const __m512d v
         _mm_store_pd(to[6] + 2 * i, _mm512_extractf64x2_pd(even, 3));
         _mm_store_pd(to[7] + 2 * i, _mm512_extractf64x2_pd(odd, 3));
     }
+}
+
+// The same records, each in one 64-byte store at `row` + 8 l (64-byte aligned): the
+// unpacked pairs gathered by two stages of 128-bit lane shuffles, 24 shuffles instead of
+// 32 and 8 stores instead of 32. For records read back later (the mask form's strips):
+// 5 % faster there, 5 % slower where the adds read the records right after (their
+// smaller loads wait for the wide stores).
+GME_AVX512 __attribute__((always_inline)) inline void TransposeWide8(const __m512d v[8],
+                                                                     double* row) {
+    // a[i] holds the pairs i of pixels 0, 2, 4, 6 in its four 128-bit lanes, b[i] those
+    // of pixels 1, 3, 5, 7.
+    __m512d a[4], b[4];
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        a[i] = _mm512_unpacklo_pd(v[2 * i], v[2 * i + 1]);
+        b[i] = _mm512_unpackhi_pd(v[2 * i], v[2 * i + 1]);
+    }
+    // 0x88 takes lanes 0, 2 of each source, 0xdd lanes 1, 3: first the pixels 4 apart of
+    // two pairs side by side, then one pixel's four pairs.
+    const __m512d a01l = _mm512_shuffle_f64x2(a[0], a[1], 0x88);
+    const __m512d a23l = _mm512_shuffle_f64x2(a[2], a[3], 0x88);
+    const __m512d a01h = _mm512_shuffle_f64x2(a[0], a[1], 0xdd);
+    const __m512d a23h = _mm512_shuffle_f64x2(a[2], a[3], 0xdd);
+    const __m512d b01l = _mm512_shuffle_f64x2(b[0], b[1], 0x88);
+    const __m512d b23l = _mm512_shuffle_f64x2(b[2], b[3], 0x88);
+    const __m512d b01h = _mm512_shuffle_f64x2(b[0], b[1], 0xdd);
+    const __m512d b23h = _mm512_shuffle_f64x2(b[2], b[3], 0xdd);
+    _mm512_store_pd(row + 0, _mm512_shuffle_f64x2(a01l, a23l, 0x88));
+    _mm512_store_pd(row + 8, _mm512_shuffle_f64x2(b01l, b23l, 0x88));
+    _mm512_store_pd(row + 16, _mm512_shuffle_f64x2(a01h, a23h, 0x88));
+    _mm512_store_pd(row + 24, _mm512_shuffle_f64x2(b01h, b23h, 0x88));
+    _mm512_store_pd(row + 32, _mm512_shuffle_f64x2(a01l, a23l, 0xdd));
+    _mm512_store_pd(row + 40, _mm512_shuffle_f64x2(b01l, b23l, 0xdd));
+    _mm512_store_pd(row + 48, _mm512_shuffle_f64x2(a01h, a23h, 0xdd));
+    _mm512_store_pd(row + 56, _mm512_shuffle_f64x2(b01h, b23h, 0xdd));
 }
 
 // The AVX-512 record of a pixel is r = (d0, d1, d2, d3, d4, d5, e, d0), d = dedp. Five
@@ -466,9 +502,7 @@ GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquat
             takes[y] = take;
             if (!take)
                 continue;
-            double* const row = records + 64 * static_cast<std::ptrdiff_t>(y);
-            double* const to[8] = {row, row + 8, row + 16, row + 24, row + 32, row + 40, row + 48, row + 56};
-            Transpose8(v, to);
+            TransposeWide8(v, records + 64 * static_cast<std::ptrdiff_t>(y));
         }
         for (int l = 0; l < 8 && l < W - x; ++l)
             AddColumn8(records + 8 * l, takes, rows, static_cast<std::uint8_t>(1u << l), sums);
