@@ -49,11 +49,12 @@ namespace {
 
 // ---------------------------------------------------------------- AVX-512, 8 lanes
 
-// What Prepare8 needs of a call besides the group: the planes' size, as doubles for the
-// inside test, and where the planes end.
+// What Prepare8 needs of a call besides the group: the planes' size, as the largest
+// neighbour positions for the inside test (the planes are at least 2 x 2), and where the
+// planes end.
 struct Frame8 {
     int W, H;
-    __m512d lastX, lastY;   // W - 1, H - 1
+    __m512i lastX, lastY;   // W - 2, H - 2
     const std::uint8_t* previousEnd;
     const std::uint8_t* selectEnd;
 };
@@ -61,7 +62,7 @@ struct Frame8 {
 GME_AVX512 Frame8 MakeFrame8(const Planes& p) {
     const int W = p.current.width;
     const int H = p.current.height;
-    return Frame8{W, H, _mm512_set1_pd(W - 1), _mm512_set1_pd(H - 1),
+    return Frame8{W, H, _mm512_set1_epi64(W - 2), _mm512_set1_epi64(H - 2),
                   p.previous.Row(H - 1) + W, p.select.Row(H - 1) + W};
 }
 
@@ -72,18 +73,13 @@ GME_AVX512 __attribute__((always_inline)) inline __mmask8 Prepare8(
     const Planes& p, const IncrementScratch& s, const Frame8& f, bool maskForm, int x, int y,
     __mmask8 candidates, __m512d xs, __m512d v[8]) {
     const int W = f.W;
-    const __m512d zero = _mm512_setzero_pd();
     const __m512d dx = _mm512_add_pd(_mm512_loadu_pd(&s.colX[x]), _mm512_set1_pd(s.rowX[y]));
     const __m512d dy = _mm512_add_pd(_mm512_loadu_pd(&s.colY[x]), _mm512_set1_pd(s.rowY[y]));
-    __mmask8 in = candidates & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
-                  _mm512_cmp_pd_mask(dx, f.lastX, _CMP_LT_OQ) &
-                  _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
-                  _mm512_cmp_pd_mask(dy, f.lastY, _CMP_LT_OQ);
+    // The neighbours' position and the samples in 64-bit lanes (see NeighbourLoads.h).
+    __m512i ix, iy;
+    __mmask8 in = motion::InsideFloor8(dx, dy, f.lastX, f.lastY, candidates, &ix, &iy);
     if (!in)
         return 0;
-    // The neighbours' position and the samples in 64-bit lanes (see NeighbourLoads.h).
-    const __m512i ix = _mm512_cvttpd_epi64(dx);
-    const __m512i iy = _mm512_cvttpd_epi64(dy);
     __m512i p00, p10, p01, p11;
     __m512i off;
     int x0, y0;
@@ -484,6 +480,8 @@ GME_AVX512 void MaskFormAvx512(const Planes& p, IncrementScratch& s, NormalEquat
     const Frame8 f = MakeFrame8(p);
     const int W = f.W;
     const int H = f.H;
+    if (W < 2 || H < 2)
+        return;   // no position has its four neighbours inside
     // Eight columns at a time, row by row: the records of row y at records + 64 y, lane l
     // at + 8 l, and the lanes that take part in takes[y]; then the columns one after the
     // other, each in row order.
@@ -514,6 +512,8 @@ GME_AVX512 void ThresholdFormAvx512(const Planes& p, IncrementScratch& s, Normal
     const Frame8 f = MakeFrame8(p);
     const int W = f.W;
     const int H = f.H;
+    if (W < 2 || H < 2)
+        return;   // no position has its four neighbours inside
     // Row by row: the record of pixel x at records + 8 x and the lanes of group g that
     // take part in takes[g]; then the row's records in order, 64 at a time from the bits
     // of eight groups' takes.

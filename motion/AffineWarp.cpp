@@ -228,7 +228,7 @@ GME_AVX512 inline __m512d Bilinear8(__m512d p00, __m512d p10, __m512d p01, __m51
 // What WarpGroup8 needs: the call's constants in locals (the job's fields could be
 // aliased by the byte stores) and the row's.
 struct Row8 {
-    __m512d xLimit, yLimit;   // W - 1, H - 1
+    __m512i lastX, lastY;   // W - 2, H - 2 (the plane is at least 2 x 2)
     __m256i stride, strideBefore;
     const std::uint8_t* prev;
     std::ptrdiff_t prevStride;
@@ -247,16 +247,11 @@ template <BilinearOrder kOrder>
 GME_AVX512 __attribute__((always_inline)) inline void WarpGroup8(const Row8& r, int x,
                                                                  __mmask8 live, __m128i& sum,
                                                                  long long& count) {
-    const __m512d zero = _mm512_setzero_pd();
     const __m512d dx = _mm512_add_pd(_mm512_maskz_loadu_pd(live, r.colX + x), r.rowX);
     const __m512d dy = _mm512_add_pd(_mm512_maskz_loadu_pd(live, r.colY + x), r.rowY);
-    const __mmask8 in = live & _mm512_cmp_pd_mask(dx, zero, _CMP_GE_OQ) &
-                        _mm512_cmp_pd_mask(dx, r.xLimit, _CMP_LT_OQ) &
-                        _mm512_cmp_pd_mask(dy, zero, _CMP_GE_OQ) &
-                        _mm512_cmp_pd_mask(dy, r.yLimit, _CMP_LT_OQ);
     // Positions and samples in 64-bit lanes (see NeighbourLoads.h).
-    const __m512i ix = _mm512_cvttpd_epi64(dx);
-    const __m512i iy = _mm512_cvttpd_epi64(dy);
+    __m512i ix, iy;
+    const __mmask8 in = InsideFloor8(dx, dy, r.lastX, r.lastY, live, &ix, &iy);
     __m512i n00, n10, n01, n11;
     __m512i off;
     int x0, y0;
@@ -307,8 +302,8 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
     const int W = j.prev.width;
     const int H = j.prev.height;
     Row8 r;
-    r.xLimit = _mm512_set1_pd(W - 1);
-    r.yLimit = _mm512_set1_pd(H - 1);
+    r.lastX = _mm512_set1_epi64(W - 2);
+    r.lastY = _mm512_set1_epi64(H - 2);
     r.stride = _mm256_set1_epi32(static_cast<int>(j.prev.stride));
     r.strideBefore = _mm256_set1_epi32(static_cast<int>(j.prev.stride) - 2);
     r.prev = j.prev.data;
@@ -342,8 +337,8 @@ GME_AVX512 WarpError WarpAvx512(const Job& j) {
 template <BilinearOrder kOrder>
 WarpError Dispatch(const Job& j, numeric::VectorUnit unit) {
 #if defined(__x86_64__)
-    if (unit == numeric::VectorUnit::kAvx512)
-        return WarpAvx512<kOrder>(j);
+    if (unit == numeric::VectorUnit::kAvx512 && j.prev.width >= 2 && j.prev.height >= 2)
+        return WarpAvx512<kOrder>(j);   // (smaller planes have no position inside)
     if (unit == numeric::VectorUnit::kAvx2)
         return WarpAvx2<kOrder>(j);
 #endif

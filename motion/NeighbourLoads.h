@@ -27,6 +27,19 @@ constexpr int kFraction = 0x0b;
 // Positions, offsets and samples are 64-bit lanes: converting those to and from doubles
 // takes one instruction that stays within its lane.
 
+// The neighbours' position (floor(dx), floor(dy)) of eight positions in *ix, *iy, and the
+// lanes among `candidates` whose four neighbours lie in a W x H plane (W, H >= 2), given
+// as lastX = W - 2, lastY = H - 2: floor(dx) in [0, W - 2] is 0 <= dx < W - 1. A NaN, an
+// infinity or a position beyond 64 bits converts to 2^63, which the unsigned comparison
+// puts outside. Inside, the floor is the truncation.
+GME_NEIGHBOURS_AVX512 __mmask8 InsideFloor8(__m512d dx, __m512d dy, __m512i lastX,
+                                            __m512i lastY, __mmask8 candidates, __m512i* ix,
+                                            __m512i* iy) {
+    *ix = _mm512_cvt_roundpd_epi64(dx, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+    *iy = _mm512_cvt_roundpd_epi64(dy, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC);
+    return candidates & _mm512_cmple_epu64_mask(*ix, lastX) & _mm512_cmple_epu64_mask(*iy, lastY);
+}
+
 // Where the lanes `in` (of positions (ix, iy)) lie from lane 0's position (*x0, *y0):
 // true with their offsets in *off when lane 0 takes part and every lane that takes part
 // shares its row, 0 to 14 samples to its right.
